@@ -1,0 +1,12 @@
+# Compiler flags shared by every target of the project.
+add_library(kovra_build_flags INTERFACE)
+target_compile_options(kovra_build_flags INTERFACE -Wall -Wextra $<$<BOOL:${KOVRA_WERROR}>:-Werror>)
+if(KOVRA_SANITIZE)
+  set(_kovra_san -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  target_compile_options(kovra_build_flags INTERFACE ${_kovra_san})
+  target_link_options(kovra_build_flags INTERFACE ${_kovra_san})
+endif()
+if(KOVRA_FUZZ)
+  # Library code carries coverage instrumentation; only fuzz targets link the libFuzzer driver.
+  target_compile_options(kovra_build_flags INTERFACE -fsanitize=fuzzer-no-link)
+endif()

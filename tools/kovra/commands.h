@@ -1,0 +1,14 @@
+// Subcommands of the kovra tool. Each takes the arguments after its name and returns the
+// process exit status.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace kovra::tool {
+
+using Arguments = std::vector<std::string>;
+
+int run_info(const Arguments &args);
+
+}  // namespace kovra::tool

@@ -1,0 +1,38 @@
+// kovra: inspect and decode images with libkovraimagecodec.
+//
+//   kovra info FILE...     the type the library detects for each file, and what its header says
+
+#include <cstdio>
+#include <cstring>
+
+#include "commands.h"
+
+namespace {
+
+struct Command {
+    const char *name;
+    int (*run)(const kovra::tool::Arguments &);
+    const char *usage;
+};
+
+constexpr Command kCommands[] = {
+    {"info", kovra::tool::run_info, "info FILE...        type and header of each file"},
+};
+
+int usage(FILE *out) {
+    std::fprintf(out, "usage: kovra COMMAND [ARGS]\n");
+    for (const Command &command : kCommands) std::fprintf(out, "  kovra %s\n", command.usage);
+    return out == stdout ? 0 : 2;
+}
+
+}  // namespace
+
+int main(int argc, char **argv) {
+    if (argc < 2) return usage(stderr);
+    if (std::strcmp(argv[1], "-h") == 0 || std::strcmp(argv[1], "--help") == 0) return usage(stdout);
+    for (const Command &command : kCommands) {
+        if (std::strcmp(argv[1], command.name) == 0) return command.run(kovra::tool::Arguments(argv + 2, argv + argc));
+    }
+    std::fprintf(stderr, "kovra: unknown command '%s'\n", argv[1]);
+    return usage(stderr);
+}
