@@ -49,7 +49,11 @@ function(kovra_link_library)
   add_library(kovraimagecodec SHARED ${objects})
   target_include_directories(kovraimagecodec PUBLIC "${CMAKE_SOURCE_DIR}/include")
   target_link_libraries(kovraimagecodec PRIVATE kovra_build_flags Threads::Threads)
-  target_link_options(kovraimagecodec PRIVATE "-Wl,--version-script=${version_script}" "-Wl,--no-undefined")
+  target_link_options(kovraimagecodec PRIVATE "-Wl,--version-script=${version_script}")
+  if(NOT KOVRA_SANITIZE AND NOT KOVRA_FUZZ)
+    # Sanitizer runtimes are linked into executables only, so this check needs a plain build.
+    target_link_options(kovraimagecodec PRIVATE "-Wl,--no-undefined")
+  endif()
   set_target_properties(kovraimagecodec PROPERTIES
     VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
     LINK_DEPENDS "${version_script}")

@@ -2,7 +2,8 @@
 add_library(kovra_build_flags INTERFACE)
 target_compile_options(kovra_build_flags INTERFACE -Wall -Wextra $<$<BOOL:${KOVRA_WERROR}>:-Werror>)
 if(KOVRA_SANITIZE)
-  set(_kovra_san -fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  # The function-type check needs a C++-only runtime part that C hosts of the shared object lack.
+  set(_kovra_san -fsanitize=address,undefined $<$<CXX_COMPILER_ID:Clang>:-fno-sanitize=function> -fno-sanitize-recover=all -fno-omit-frame-pointer)
   target_compile_options(kovra_build_flags INTERFACE ${_kovra_san})
   target_link_options(kovra_build_flags INTERFACE ${_kovra_san})
 endif()

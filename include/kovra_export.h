@@ -30,8 +30,9 @@
 #define KOVRA_ASSERT_WORDS(type, words) \
     KOVRA_STATIC_ASSERT(sizeof(type) == (words) * 4, #type " must be " #words " words long")
 #else
-#define KOVRA_ASSERT_WORD(type, field, word)
-#define KOVRA_ASSERT_WORDS(type, words)
+/* Other targets lay records out by their own pointer size; the checks reduce to no-ops. */
+#define KOVRA_ASSERT_WORD(type, field, word) KOVRA_STATIC_ASSERT(1, "layout checked on ILP32 only")
+#define KOVRA_ASSERT_WORDS(type, words) KOVRA_STATIC_ASSERT(1, "layout checked on ILP32 only")
 #endif
 
 #endif
