@@ -54,6 +54,10 @@ typedef struct KOVRADALT_Progress {
     KOVRADALT_ProgressFn callback; /* may be NULL */
 } KOVRADALT_Progress;
 
+KOVRA_ASSERT_WORD(KOVRADALT_Progress, context, 0);
+KOVRA_ASSERT_WORD(KOVRADALT_Progress, callback, 1);
+KOVRA_ASSERT_WORDS(KOVRADALT_Progress, 2);
+
 /* Progress / cancel check: (record, units done) -> 1 go on, 0 stop. */
 typedef uint32_t (*KOVRADALT_CheckFunc)(void *context, uint32_t units_done);
 
