@@ -4,7 +4,7 @@
 # qemu-user or qemu-user-static), which CTest puts in front of every test executable.
 
 set(CMAKE_SYSTEM_NAME Linux)
-set(CMAKE_SYSTEM_PROCESSOR armv7-a)
+set(CMAKE_SYSTEM_PROCESSOR armv7l) # as uname -m reports on the handsets
 
 set(KOVRA_TARGET_TRIPLE arm-linux-gnueabihf)
 set(KOVRA_TARGET_SYSROOT "/usr/${KOVRA_TARGET_TRIPLE}" CACHE PATH "Target C library and runtime (Debian's *-armhf-cross packages)")
