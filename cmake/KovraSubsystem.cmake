@@ -64,3 +64,14 @@ function(kovra_link_library)
 endfunction()
 
 find_package(Threads REQUIRED)
+
+# Adds every direct child folder of the current source folder that has a CMakeLists.txt, so a
+# new fuzz target or benchmark needs no edit here.
+function(kovra_add_child_folders)
+  file(GLOB children LIST_DIRECTORIES true "${CMAKE_CURRENT_SOURCE_DIR}/*")
+  foreach(dir IN LISTS children)
+    if(IS_DIRECTORY "${dir}" AND EXISTS "${dir}/CMakeLists.txt")
+      add_subdirectory("${dir}")
+    endif()
+  endforeach()
+endfunction()
