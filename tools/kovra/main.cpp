@@ -1,6 +1,6 @@
 // kovra: inspect and decode images with libkovraimagecodec.
 //
-//   kovra info FILE...     the type the library detects for each file, and what its header says
+//   kovra info [--json] FILE...   type, width, height, file size, frames and delays of each file
 
 #include <cstdio>
 #include <cstring>
@@ -16,7 +16,7 @@ struct Command {
 };
 
 constexpr Command kCommands[] = {
-    {"info", kovra::tool::run_info, "info FILE...        type and header of each file"},
+    {"info", kovra::tool::run_info, "info [--json] FILE...  type, size, frames and delays of each file"},
 };
 
 int usage(FILE *out) {

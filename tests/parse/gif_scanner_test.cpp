@@ -1,0 +1,340 @@
+// The GIF stream scanner on streams built block by block: screen and descriptor limits, the delay
+// table rules, resynchronisation, truncation at every kind of block, and every source kind.
+
+#include <gtest/gtest.h>
+
+#include "gif_builder.h"
+#include "gif_scan_helpers.h"
+#include "support/sources.h"
+
+namespace kovra::test {
+namespace {
+
+using Delays = std::vector<uint32_t>;
+
+GifScan scan(const GifBuilder &gif, uint32_t default_delay = 0) {
+    return scan_gif(SourceKind::kMemory, gif.bytes(), default_delay);
+}
+
+TEST(GifScannerScreen, AcceptsFiveThousandAndRefusesBeyondOrZero) {
+    EXPECT_EQ(scan(GifBuilder().header(5000, 5000).frame().trailer()).type, 4);
+    for (auto [w, h] : {std::pair<uint16_t, uint16_t>{5001, 10}, {10, 5001}, {0, 10}, {10, 0}}) {
+        GifScan result = scan(GifBuilder().header(w, h).frame().trailer());
+        EXPECT_EQ(result.type, 0) << w << "x" << h;
+        // The size reaches the record before it is checked.
+        EXPECT_EQ(result.width, w);
+        EXPECT_EQ(result.height, h);
+        EXPECT_EQ(result.error, 0);  // the scanner never sets the error word
+    }
+}
+
+TEST(GifScannerScreen, SkipsTheGlobalColourTable) {
+    GifScan result = scan(GifBuilder().header(10, 20, 7).frame().frame().trailer());
+    EXPECT_EQ(result.type, 6);
+    EXPECT_EQ(result.frame_count, 2u);
+    EXPECT_EQ(result.width, 10u);
+    EXPECT_EQ(result.height, 20u);
+}
+
+TEST(GifScannerDescriptor, OutOfLimitDescriptorsAreNotCountedAndScanningGoesOn) {
+    struct Case { uint16_t left, top, width, height; };
+    for (Case c : {Case{5001, 0, 4, 4}, Case{0, 5001, 4, 4}, Case{0, 0, 0, 4}, Case{0, 0, 4, 0},
+                   Case{0, 0, 5001, 4}, Case{0, 0, 4, 5001}}) {
+        GifBuilder gif;
+        gif.header(8, 8).frame().image(c.left, c.top, c.width, c.height).frame().trailer();
+        GifScan result = scan(gif);
+        EXPECT_EQ(result.frame_count, 2u) << c.left << "," << c.top << " " << c.width << "x" << c.height;
+        EXPECT_EQ(result.type, 6);
+    }
+    // Limits themselves are fine.
+    EXPECT_EQ(scan(GifBuilder().header(8, 8).image(5000, 5000, 5000, 5000).trailer()).frame_count, 1u);
+}
+
+TEST(GifScannerDescriptor, LocalColourTableAndLongDataChainsAreSkipped) {
+    GifBuilder gif;
+    gif.header(8, 8).image(0, 0, 8, 8, 7, 300, 255).image(0, 0, 8, 8, 0, 2, 1).trailer();
+    for (SourceKind kind : kAllSourceKinds) {
+        GifScan result = scan_gif(kind, gif.bytes());
+        EXPECT_EQ(result.type, 6) << source_kind_name(kind);
+        EXPECT_EQ(result.frame_count, 2u) << source_kind_name(kind);
+    }
+}
+
+TEST(GifScannerEnd, StreamWithoutTrailerEndingAtItsSizeIsAccepted) {
+    GifScan result = scan(GifBuilder().header(8, 8).frame().frame());
+    EXPECT_EQ(result.type, 6);
+    EXPECT_EQ(result.frame_count, 2u);
+}
+
+TEST(GifScannerEnd, BytesAfterTheTrailerAreNotRead) {
+    GifScan result = scan(GifBuilder().header(8, 8).frame().trailer().frame().frame());
+    EXPECT_EQ(result.type, 4);
+    EXPECT_EQ(result.frame_count, 1u);
+}
+
+TEST(GifScannerEnd, StreamShorterThanItsStatedSizeGivesZero) {
+    GifBuilder gif;
+    gif.header(8, 8).frame().frame();  // no trailer: the scan ends when the bytes run out
+    MemoryStream stream;
+    stream.bytes = gif.bytes();
+    KOVRADALT_DecInfo *dec = KOVRADALT_CreateDecInfoWithStream(&stream, static_cast<int32_t>(gif.size() + 100),
+                                                               MemoryStream::read, MemoryStream::skip,
+                                                               MemoryStream::rewind, 0, 0);
+    ASSERT_NE(dec, nullptr);
+    KOVRADALT_ImageInfo info{};
+    EXPECT_EQ(KOVRADALT_SimpleParserGIF(dec, &info, 0), 0);
+    EXPECT_EQ(info.frame_count, 0u);  // not set on this path
+    EXPECT_EQ(info.image_count, 2u);
+    KOVRADALT_OsFree(info.frame_delays);
+    KOVRADALT_DestroyDecInfo(dec);
+}
+
+TEST(GifScannerDelays, ShortDelaysTakeTheDefault) {
+    GifBuilder gif;
+    gif.header(8, 8).graphic_control(2).frame().graphic_control(3).frame().trailer();
+    GifScan result = scan(gif, 70);
+    EXPECT_EQ(result.delays, (Delays{70, 30}));
+    EXPECT_EQ(result.total_delay, 100u);
+    // Through the generic driver the default is 0.
+    result = scan_gif(SourceKind::kMemory, gif.bytes(), 0, Driver::kParser);
+    EXPECT_EQ(result.type, 6);
+    EXPECT_EQ(result.delays, (Delays{0, 30}));
+}
+
+TEST(GifScannerDelays, FramesWithoutGraphicControlTakeTheDefault) {
+    GifScan result = scan(GifBuilder().header(8, 8).frame().frame().frame().trailer(), 100);
+    EXPECT_EQ(result.type, 6);
+    EXPECT_EQ(result.delays, (Delays{100, 100, 100}));
+    EXPECT_EQ(result.total_delay, 300u);
+}
+
+TEST(GifScannerDelays, ClampPassRunsOnlyWhenSomeFrameLacksAnExtension) {
+    GifBuilder every;
+    every.header(8, 8).graphic_control(65535).frame().graphic_control(10).frame().trailer();
+    GifScan result = scan(every, 50);
+    EXPECT_EQ(result.delays, (Delays{655350, 100}));
+    EXPECT_EQ(result.total_delay, 655450u);
+
+    GifBuilder some;
+    some.header(8, 8).graphic_control(65535).frame().graphic_control(4).frame().frame().trailer();
+    result = scan(some, 50);
+    // 655350 >= 65536 and 40 < 50 both become the default; the third slot is cleared, then 50.
+    EXPECT_EQ(result.delays, (Delays{50, 50, 50}));
+    EXPECT_EQ(result.total_delay, 655350u + 40u + 50u);
+}
+
+TEST(GifScannerDelays, OneFrameReturnsFourButStillAddsItsDelay) {
+    GifScan result = scan(GifBuilder().header(8, 8).graphic_control(25).frame().trailer(), 0);
+    EXPECT_EQ(result.type, 4);
+    EXPECT_EQ(result.frame_count, 1u);
+    EXPECT_EQ(result.delays, (Delays{250}));
+    EXPECT_EQ(result.total_delay, 250u);
+}
+
+TEST(GifScannerDelays, SecondExtensionBeforeOneImageOverwritesItsSlotAndReplacesItsTotal) {
+    GifBuilder gif;
+    gif.header(8, 8).graphic_control(10).graphic_control(20).frame().frame().trailer();
+    GifScan result = scan(gif, 7);
+    // gce_count (2) is not below the image count (2): no clamp pass, no default for frame 2. The
+    // table was sized for one slot; the frame past its end reads 0.
+    EXPECT_EQ(result.type, 6);
+    EXPECT_EQ(result.delays, (Delays{200, 0}));
+    EXPECT_EQ(result.total_delay, 200u);
+}
+
+TEST(GifScannerDelays, LastDelayIsForgottenAtEachDescriptor) {
+    // Two extensions around an image each count in full; only repeats before one image replace.
+    GifBuilder gif;
+    gif.header(8, 8).graphic_control(10).frame().graphic_control(20).frame().trailer();
+    EXPECT_EQ(scan(gif).total_delay, 300u);
+}
+
+TEST(GifScannerDelays, ExtensionCountAndImageCountDrift) {
+    // GCE, image, image without GCE, GCE, image: the final pass clears from gce_count (2) on, so
+    // the third frame's own delay is lost to the default.
+    GifBuilder gif;
+    gif.header(8, 8).graphic_control(40).frame().frame().graphic_control(60).frame().trailer();
+    GifScan result = scan(gif, 35);
+    EXPECT_EQ(result.delays, (Delays{400, 35, 35}));
+    EXPECT_EQ(result.total_delay, 400u + 600u + 35u);
+}
+
+TEST(GifScannerDelays, ExtensionAfterTheLastImageGrowsTheTableOnly) {
+    GifBuilder gif;
+    gif.header(8, 8).graphic_control(40).frame().graphic_control(50).frame().graphic_control(60).trailer();
+    GifScan result = scan(gif);
+    EXPECT_EQ(result.frame_count, 2u);
+    EXPECT_EQ(result.delays, (Delays{400, 500}));
+    EXPECT_EQ(result.total_delay, 1500u);
+}
+
+TEST(GifScannerDelays, GraphicControlWithWrongBlockSizeIsNotRecorded) {
+    GifBuilder gif;
+    gif.header(8, 8).graphic_control(40, 5).frame().graphic_control(50).frame().trailer();
+    GifScan result = scan(gif, 11);
+    EXPECT_EQ(result.frame_count, 2u);
+    // The one recorded extension filled slot 1; the final pass clears from gce_count (1) on and the
+    // clamp pass turns both zeros into the default.
+    EXPECT_EQ(result.delays, (Delays{11, 11}));
+}
+
+TEST(GifScannerResync, StrayBytesBetweenBlocksAreSteppedOver) {
+    GifBuilder gif;
+    gif.header(8, 8).raw({0x00, 0x99, 0x42}).frame().raw({0xFF, 0x01}).frame().raw({0x07}).trailer();
+    GifScan result = scan(gif);
+    EXPECT_EQ(result.type, 6);
+    EXPECT_EQ(result.frame_count, 2u);
+}
+
+TEST(GifScannerResync, UnknownExtensionBodyIsScannedAsTopLevelBytes) {
+    // The body of an extension with an unknown label holds a complete image: it is counted.
+    GifBuilder inner;
+    inner.image(0, 0, 2, 2);
+    std::vector<uint8_t> body = inner.bytes();
+    GifBuilder gif;
+    gif.header(8, 8).raw({0x21, 0x99, static_cast<uint8_t>(body.size())});
+    for (uint8_t b : body) gif.raw({b});
+    gif.raw({0x00}).frame().trailer();
+    EXPECT_EQ(scan(gif).frame_count, 2u);
+    // With a known label the same body is skipped whole.
+    GifBuilder known;
+    known.header(8, 8).raw({0x21, 0xFE, static_cast<uint8_t>(body.size())});
+    for (uint8_t b : body) known.raw({b});
+    known.raw({0x00}).frame().trailer();
+    EXPECT_EQ(scan(known).frame_count, 1u);
+}
+
+TEST(GifScannerResync, ExtensionsOfEveryKnownLabelAreSkippedWhole) {
+    GifBuilder gif;
+    gif.header(8, 8)
+        .extension(0xFF, {11, 3})
+        .comment({255, 255, 1})
+        .extension(0x01, {12, 4})
+        .frame()
+        .trailer();
+    EXPECT_EQ(scan(gif).type, 4);
+}
+
+TEST(GifScannerQuirks, EmptyFirstSubBlockMakesTheWindowForgetItsLastByte) {
+    // The image's terminator is the stream's last byte: after an empty comment it is never read,
+    // so the image is not counted.
+    GifBuilder forgetful;
+    forgetful.header(8, 8).comment({}).frame();
+    for (SourceKind kind : kAllSourceKinds) {
+        EXPECT_EQ(scan_gif(kind, forgetful.bytes()).type, 0) << source_kind_name(kind);
+    }
+    GifBuilder normal;
+    normal.header(8, 8).comment({1}).frame();
+    EXPECT_EQ(scan(normal).type, 4);
+    // With a trailer after the image only the trailer is lost, which changes nothing.
+    GifBuilder with_trailer;
+    with_trailer.header(8, 8).comment({}).frame().trailer();
+    EXPECT_EQ(scan(with_trailer).type, 4);
+}
+
+TEST(GifScannerTruncation, HeaderAndGlobalTableCutsGiveZero) {
+    GifBuilder gif;
+    gif.header(8, 8, 2).frame().trailer();
+    for (size_t n : {size_t{3}, size_t{8}, size_t{12}, size_t{13 + 10}}) {
+        for (SourceKind kind : kAllSourceKinds) {
+            EXPECT_EQ(scan_gif(kind, gif.cut(n)).type, 0) << n << " bytes, " << source_kind_name(kind);
+        }
+    }
+}
+
+TEST(GifScannerTruncation, CutExtensionsFail) {
+    GifBuilder gce;
+    gce.header(8, 8).frame().frame().graphic_control(10);
+    GifBuilder comment;
+    comment.header(8, 8).frame().frame().comment({200});
+    for (SourceKind kind : kAllSourceKinds) {
+        // The graphic control's five data bytes cannot be had: 0 whatever came before.
+        GifScan cut_gce = scan_gif(kind, gce.cut(gce.size() - 3));
+        EXPECT_EQ(cut_gce.type, 0) << source_kind_name(kind);
+        EXPECT_EQ(cut_gce.frame_count, 0u) << source_kind_name(kind);
+        EXPECT_EQ(scan_gif(kind, comment.cut(comment.size() - 50)).type, 0) << source_kind_name(kind);
+    }
+}
+
+TEST(GifScannerTruncation, CutImagesEndTheScanWithTheFramesBefore) {
+    GifBuilder gif;
+    gif.header(8, 8).frame().frame();
+    const size_t two_frames = gif.size();
+    gif.image(0, 0, 8, 8, 3, 4, 50);
+    const size_t descriptor_start = two_frames;
+    for (SourceKind kind : kAllSourceKinds) {
+        for (size_t n : {descriptor_start + 5, descriptor_start + 12, descriptor_start + 10 + 48,
+                         descriptor_start + 10 + 48 + 1, gif.size() - 20, gif.size() - 1}) {
+            GifScan result = scan_gif(kind, gif.cut(n));
+            EXPECT_EQ(result.type, 6) << n << " " << source_kind_name(kind);
+            EXPECT_EQ(result.frame_count, 2u) << n << " " << source_kind_name(kind);
+        }
+    }
+    // A GIF whose only image is cut short yields 0.
+    GifBuilder single;
+    single.header(8, 8).image(0, 0, 8, 8, -1, 3, 50);
+    EXPECT_EQ(scan(GifBuilder(single)).type, 4);
+    EXPECT_EQ(scan_gif(SourceKind::kMemory, single.cut(single.size() - 30)).type, 0);
+}
+
+TEST(GifScannerSources, EverySourceKindAgrees) {
+    GifBuilder gif;
+    gif.header(300, 200, 7)
+        .extension(0xFF, {11, 3})
+        .graphic_control(5)
+        .image(0, 0, 300, 200, 7, 120, 255)
+        .comment({255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255,
+                  255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255,
+                  255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255, 255,
+                  255, 255, 255, 255, 255, 255, 255, 255, 255, 255})
+        .graphic_control(70)
+        .image(10, 10, 20, 20, -1, 90, 200)
+        .raw({0x00, 0x13})
+        .frame()
+        .trailer();
+    ASSERT_GT(gif.size(), 3u * 16384u);  // several window refills and seeks past the window
+    for (SourceKind kind : kAllSourceKinds) {
+        GifScan result = scan_gif(kind, gif.bytes(), 40);
+        EXPECT_EQ(result.type, 6) << source_kind_name(kind);
+        EXPECT_EQ(result.frame_count, 3u) << source_kind_name(kind);
+        EXPECT_EQ(result.delays, (Delays{50, 700, 40})) << source_kind_name(kind);
+        EXPECT_EQ(result.total_delay, 50u + 700u + 40u) << source_kind_name(kind);
+    }
+}
+
+TEST(GifScannerSources, NoInfoRecordStillScansWithoutLeaking) {
+    GifBuilder gif;
+    gif.header(8, 8).graphic_control(10).frame().graphic_control(10).frame().trailer();
+    SourceRecord source(SourceKind::kMemory, gif.bytes());
+    EXPECT_EQ(KOVRADALT_SimpleParserGIF(source.record(), nullptr, 0), 6);
+    EXPECT_EQ(source->image_type, 6);
+    EXPECT_EQ(source->gif_total_delay, 200u);
+}
+
+TEST(GifScannerAllocation, FailedDelayTableGivesZero) {
+    GifBuilder gif;
+    gif.header(8, 8).graphic_control(10).frame().graphic_control(10).frame().frame().trailer();
+    SourceRecord source(SourceKind::kMemory, gif.bytes());
+    // The window buffer takes the first allocation, the first delay slot the second.
+    for (long successes = 0; successes < 4; ++successes) {
+        KOVRADALT_ImageInfo info{};
+        int32_t type;
+        {
+            AllocationFailure failure(successes);
+            type = KOVRADALT_SimpleParserGIF(source.record(), &info, 0);
+        }
+        KOVRADALT_OsFree(info.frame_delays);
+        if (successes == 0) {
+            EXPECT_EQ(type, 0);
+            EXPECT_EQ(gKOVRADALT_Error, 4);
+        } else if (successes < 4) {
+            EXPECT_EQ(type, 0) << successes;
+        }
+    }
+    KOVRADALT_ImageInfo info{};
+    EXPECT_EQ(KOVRADALT_SimpleParserGIF(source.record(), &info, 0), 6);
+    KOVRADALT_OsFree(info.frame_delays);
+}
+
+}  // namespace
+}  // namespace kovra::test

@@ -1,0 +1,76 @@
+#include "json_writer.h"
+
+namespace kovra::tool {
+
+void JsonWriter::before_value() {
+    if (after_key_) {
+        after_key_ = false;
+        return;
+    }
+    if (!first_in_level_.empty()) {
+        if (!first_in_level_.back()) std::fputc(',', out_);
+        first_in_level_.back() = false;
+    }
+}
+
+void JsonWriter::write_string(const std::string &text) {
+    std::fputc('"', out_);
+    for (unsigned char c : text) {
+        if (c == '"' || c == '\\') {
+            std::fprintf(out_, "\\%c", c);
+        } else if (c < 0x20) {
+            std::fprintf(out_, "\\u%04x", c);
+        } else {
+            std::fputc(c, out_);
+        }
+    }
+    std::fputc('"', out_);
+}
+
+void JsonWriter::begin_object() {
+    before_value();
+    std::fputc('{', out_);
+    first_in_level_.push_back(true);
+}
+
+void JsonWriter::end_object() {
+    first_in_level_.pop_back();
+    std::fputc('}', out_);
+}
+
+void JsonWriter::begin_array() {
+    before_value();
+    std::fputc('[', out_);
+    first_in_level_.push_back(true);
+}
+
+void JsonWriter::end_array() {
+    first_in_level_.pop_back();
+    std::fputc(']', out_);
+}
+
+void JsonWriter::key(const std::string &name) {
+    before_value();
+    write_string(name);
+    std::fputc(':', out_);
+    after_key_ = true;
+}
+
+void JsonWriter::value(const std::string &text) {
+    before_value();
+    write_string(text);
+}
+
+void JsonWriter::value(int64_t number) {
+    before_value();
+    std::fprintf(out_, "%lld", static_cast<long long>(number));
+}
+
+void JsonWriter::value(bool flag) {
+    before_value();
+    std::fputs(flag ? "true" : "false", out_);
+}
+
+void JsonWriter::finish() { std::fputc('\n', out_); }
+
+}  // namespace kovra::tool
