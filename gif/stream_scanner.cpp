@@ -102,8 +102,13 @@ bool table_bytes(uint64_t entries, uint32_t *bytes) {
     return true;
 }
 
-// Resizes the delay table to `entries` words. New memory is not cleared here. On failure the old
-// table stays with the record.
+void clear_entries(Scan &scan, uint32_t from, uint32_t to) {
+    for (uint32_t i = from; i < to; ++i) scan.info.frame_delays[i] = 0;
+}
+
+// Resizes the delay table to `entries` words. Entries that the growth adds start at 0: slots that
+// the rules never write (below gce_count after several extensions before one image) read as 0
+// rather than as whatever the allocator returned. On failure the old table stays with the record.
 bool resize_table(Scan &scan, uint32_t entries) {
     uint32_t bytes = 0;
     if (!table_bytes(entries, &bytes)) return false;
@@ -111,12 +116,9 @@ bool resize_table(Scan &scan, uint32_t entries) {
                                                     : KOVRADALT_OsRealloc(scan.info.frame_delays, bytes);
     if (table == nullptr) return false;
     scan.info.frame_delays = static_cast<uint32_t *>(table);
+    clear_entries(scan, scan.table_entries, entries);
     scan.table_entries = entries;
     return true;
-}
-
-void clear_entries(Scan &scan, uint32_t from, uint32_t to) {
-    for (uint32_t i = from; i < to; ++i) scan.info.frame_delays[i] = 0;
 }
 
 // Stores a graphic control delay in the slot of the image that follows it.
@@ -258,11 +260,7 @@ uint32_t finish(Scan &scan) {
     if (count <= scan.gce_count) {
         // Every frame had an extension, yet a second one before the same image may have left the
         // table shorter than the frame count: the frames past its end read as 0, not stray memory.
-        if (scan.table_entries < count) {
-            const uint32_t old_entries = scan.table_entries;
-            if (!resize_table(scan, count)) return KOVRADALT_TYPE_UNKNOWN;
-            clear_entries(scan, old_entries, count);
-        }
+        if (scan.table_entries < count && !resize_table(scan, count)) return KOVRADALT_TYPE_UNKNOWN;
         return KOVRADALT_TYPE_ANIMATED_GIF;
     }
     if (!resize_table(scan, count)) return KOVRADALT_TYPE_UNKNOWN;

@@ -142,6 +142,19 @@ TEST(GifScannerDelays, SecondExtensionBeforeOneImageOverwritesItsSlotAndReplaces
     EXPECT_EQ(result.total_delay, 200u);
 }
 
+TEST(GifScannerDelays, SlotsNoExtensionEverWroteReadZero) {
+    // Three extensions before the first image leave gce_count ahead of the table; when the table
+    // grows later, the slots of the images in between were never written and read as 0.
+    GifBuilder gif;
+    gif.header(8, 8).graphic_control(10).graphic_control(20).graphic_control(30);
+    gif.frame().frame().frame().graphic_control(40).frame().trailer();
+    for (SourceKind kind : kAllSourceKinds) {
+        GifScan result = scan_gif(kind, gif.bytes(), 9);
+        EXPECT_EQ(result.delays, (Delays{300, 0, 0, 400})) << source_kind_name(kind);
+        EXPECT_EQ(result.total_delay, 700u) << source_kind_name(kind);
+    }
+}
+
 TEST(GifScannerDelays, LastDelayIsForgottenAtEachDescriptor) {
     // Two extensions around an image each count in full; only repeats before one image replace.
     GifBuilder gif;
