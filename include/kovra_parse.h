@@ -25,7 +25,8 @@ typedef struct KOVRADALT_ImageInfo {
     uint32_t reserved_8[4];
     uint32_t scan_flag;      /* 12 */
     uint32_t frame_count;    /* 13: GIF frames */
-    uint32_t *frame_delays;  /* 14: GIF per-frame delays in ms; the caller frees it with KOVRADALT_OsFree */
+    uint32_t *frame_delays;  /* 14: GIF per-frame delays in ms, at least frame_count entries when set;
+                                the caller frees it with KOVRADALT_OsFree */
 } KOVRADALT_ImageInfo;
 
 KOVRA_ASSERT_WORD(KOVRADALT_ImageInfo, width, 0);
@@ -46,7 +47,8 @@ KOVRA_API int32_t DALT_GetImageType(uint32_t ignored, DALTJ_ByteWindow *window);
 /* Detects the type of the record's source and stores it in image_type. */
 KOVRA_API int32_t KOVRADALT_GetImageType(KOVRADALT_DecInfo *dec);
 
-/* Header parse drivers. */
+/* Header parse drivers. Each zero-fills the caller's info first (free a delay table left in it
+ * beforehand); the record's gif_total_delay is added to, never reset. */
 KOVRA_API int32_t KOVRADALT_Parser(KOVRADALT_DecInfo *dec, KOVRADALT_ImageInfo *info);
 KOVRA_API int32_t KOVRADALT_SimpleParserGIF(KOVRADALT_DecInfo *dec, KOVRADALT_ImageInfo *info,
                                             uint32_t default_delay);

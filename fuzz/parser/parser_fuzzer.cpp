@@ -1,0 +1,82 @@
+// Arbitrary bytes through the header parse drivers, over a caller memory source and over a caller
+// stream (whose callbacks serve the same bytes). The last input byte picks the default delay for
+// the GIF-only driver; the delay tables every call hands out are freed each run.
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "kovra_decinfo.h"
+#include "kovra_os.h"
+#include "kovra_parse.h"
+
+namespace {
+
+struct Stream {
+    const uint8_t *data;
+    size_t size, cursor;
+};
+
+uint32_t stream_read(void *handle, void *buffer, uint32_t count) {
+    auto *s = static_cast<Stream *>(handle);
+    size_t left = s->cursor < s->size ? s->size - s->cursor : 0;
+    size_t n = left < count ? left : count;
+    if (n > 0) std::memcpy(buffer, s->data + s->cursor, n);
+    s->cursor += n;
+    return static_cast<uint32_t>(n);
+}
+
+uint32_t stream_skip(void *handle, void *, uint32_t count) {
+    auto *s = static_cast<Stream *>(handle);
+    s->cursor += static_cast<int32_t>(count);
+    return static_cast<uint32_t>(s->cursor);
+}
+
+uint32_t stream_rewind(void *handle, void *, uint32_t) {
+    static_cast<Stream *>(handle)->cursor = 0;
+    return 0;
+}
+
+// Sums what the parse reported, so every word of the result is read.
+uint32_t touch(const KOVRADALT_ImageInfo &info) {
+    uint32_t sum = info.width + info.height + info.file_size + info.image_count + info.frame_count;
+    if (info.frame_delays != nullptr && info.frame_count > 1) {
+        for (uint32_t i = 0; i < info.frame_count; ++i) sum += info.frame_delays[i];
+    }
+    return sum;
+}
+
+volatile uint32_t g_sink;
+
+void parse_all(KOVRADALT_DecInfo *dec, uint32_t default_delay) {
+    if (dec == nullptr) return;
+    KOVRADALT_ImageInfo info;
+    std::memset(&info, 0, sizeof info);
+    KOVRADALT_Parser(dec, &info);
+    g_sink = g_sink + touch(info);
+    KOVRADALT_OsFree(info.frame_delays);
+
+    std::memset(&info, 0, sizeof info);
+    KOVRADALT_SimpleParserGIF(dec, &info, default_delay);
+    g_sink = g_sink + touch(info);
+    KOVRADALT_OsFree(info.frame_delays);
+
+    KOVRADALT_SimpleParserGIF(dec, nullptr, default_delay);
+    uint32_t start = 0, end = 0;
+    KOVRADALT_GetJpegOffset(dec, &start, &end);
+    KOVRADALT_DestroyDecInfo(dec);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    if (size == 0 || size > 0x7FFFFFFF) return 0;
+    const uint32_t default_delay = static_cast<uint32_t>(data[size - 1]) * 10u;
+    parse_all(KOVRADALT_CreateDecInfo(IO_KIND_MEMORY, const_cast<uint8_t *>(data), static_cast<int32_t>(size), 0, 0),
+              default_delay);
+    Stream stream{data, size, 0};
+    parse_all(KOVRADALT_CreateDecInfoWithStream(&stream, static_cast<int32_t>(size), stream_read, stream_skip,
+                                                stream_rewind, 0, 0),
+              default_delay);
+    return 0;
+}
