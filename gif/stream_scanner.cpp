@@ -251,16 +251,20 @@ bool scan_blocks(Scan &scan) {
     return window.consumed_total == window.size;
 }
 
+// Final stage. frame_count is set only on the paths that succeed: a failed table allocation
+// leaves it as it was, so a table handed out always holds at least frame_count entries.
 uint32_t finish(Scan &scan) {
     KOVRADALT_ImageInfo &info = scan.info;
     const uint32_t count = info.image_count;
-    info.frame_count = count;
-    if (count == 0) return KOVRADALT_TYPE_UNKNOWN;
-    if (count == 1) return KOVRADALT_TYPE_GIF;
+    if (count <= 1) {
+        info.frame_count = count;
+        return count == 0 ? KOVRADALT_TYPE_UNKNOWN : KOVRADALT_TYPE_GIF;
+    }
     if (count <= scan.gce_count) {
         // Every frame had an extension, yet a second one before the same image may have left the
-        // table shorter than the frame count: the frames past its end read as 0, not stray memory.
+        // table shorter than the frame count: the frames past its end read as 0.
         if (scan.table_entries < count && !resize_table(scan, count)) return KOVRADALT_TYPE_UNKNOWN;
+        info.frame_count = count;
         return KOVRADALT_TYPE_ANIMATED_GIF;
     }
     if (!resize_table(scan, count)) return KOVRADALT_TYPE_UNKNOWN;
@@ -270,6 +274,7 @@ uint32_t finish(Scan &scan) {
         if (delay < scan.default_delay || delay >= kClampDelayMs) delay = scan.default_delay;
     }
     scan.dec.gif_total_delay += (count - scan.gce_count) * scan.default_delay;
+    info.frame_count = count;
     return KOVRADALT_TYPE_ANIMATED_GIF;
 }
 
