@@ -8,6 +8,17 @@ namespace kovra::io {
 inline bool is_memory_kind(int32_t kind) { return kind == IO_KIND_MEMORY || kind == IO_KIND_OWNED_MEMORY; }
 inline bool is_file_kind(int32_t kind) { return kind == IO_KIND_PATH || kind == IO_KIND_FILE; }
 
+// False for a source that cannot deliver bytes: a file kind without its stream, a memory kind
+// without its memory (handed back with KOVRADALT_DestroyInputBuffer), a caller stream without
+// its read or skip callback. Reads and seeks refuse such a source instead of following a null.
+inline bool source_usable(const KOVRADALT_IO *io) {
+    if (io == nullptr) return false;
+    if (is_file_kind(io->kind)) return io->file != nullptr;
+    if (is_memory_kind(io->kind)) return io->source != nullptr;
+    if (io->kind == IO_KIND_STREAM) return io->read_fn != nullptr && io->skip_fn != nullptr;
+    return true;  // other kinds are refused by each operation itself
+}
+
 // 32-bit two's-complement addition, as positions and offsets combine on the target.
 inline int32_t wrapping_add(int32_t a, int32_t b) {
     return static_cast<int32_t>(static_cast<uint32_t>(a) + static_cast<uint32_t>(b));

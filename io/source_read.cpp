@@ -51,6 +51,7 @@ int32_t read_external(KOVRADALT_IO *io, void *destination, int32_t count) {
 extern "C" {
 
 KOVRA_API int32_t KOVRADALT_Read_IO(KOVRADALT_IO *io, void *destination, int32_t count) {
+    if (!kovra::io::source_usable(io)) return -1;
     if (count < 0) count = 0;
     if (!kovra::io::is_memory_kind(io->kind)) return read_external(io, destination, count);
     int32_t n = memory_bytes_available(io, count);
@@ -60,6 +61,7 @@ KOVRA_API int32_t KOVRADALT_Read_IO(KOVRADALT_IO *io, void *destination, int32_t
 }
 
 KOVRA_API int32_t KOVRADALT_Read_IO2(KOVRADALT_IO *io, uint8_t **buffer, int32_t count) {
+    if (!kovra::io::source_usable(io)) return -1;
     if (count < 0) count = 0;
     if (!kovra::io::is_memory_kind(io->kind)) return read_external(io, *buffer, count);
     // A position before the start has no memory to point at: nothing is available.

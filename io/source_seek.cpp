@@ -57,6 +57,7 @@ int32_t seek_stream(KOVRADALT_IO *io, int32_t offset, int32_t whence) {
 }  // namespace
 
 extern "C" KOVRA_API int32_t KOVRADALT_Seek_IO(KOVRADALT_IO *io, int32_t offset, int32_t whence) {
+    if (!kovra::io::source_usable(io)) return -1;
     if (kovra::io::is_file_kind(io->kind)) {
         io->position = KOVRADALT_SeekFile(io->file, offset, whence);
         return io->position;

@@ -1,5 +1,5 @@
 // Internal pieces of the parse drivers: the per-format dimension readers that the dispatcher calls
-// for PNG and BMP, and the check that a record's source can be read at all.
+// for PNG and BMP.
 #pragma once
 
 #include <cstdint>
@@ -20,9 +20,5 @@ int32_t read_png_header(KOVRADALT_DecInfo &dec, DALTJ_ByteWindow &window, KOVRAD
 // the rule refuses (error word untouched) or a failed window fill (error word 5).
 int32_t read_bmp_header(KOVRADALT_DecInfo &dec, DALTJ_ByteWindow &window, KOVRADALT_ImageInfo *info,
                         BmpHeaderRule rule);
-
-// False for a source that cannot deliver bytes: a file kind without its stream, a memory kind
-// without its memory, a caller stream without its read or skip callback.
-bool source_usable(const KOVRADALT_IO *io);
 
 }  // namespace kovra::parse

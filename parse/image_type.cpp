@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "api/error_word.h"
+#include "io/source_kind.h"
 #include "io/window_bytes.h"
 #include "kovra_os.h"
 #include "kovra_parse.h"
@@ -60,7 +61,7 @@ KOVRA_API int32_t DALT_GetImageType(uint32_t /*ignored*/, DALTJ_ByteWindow *wind
 
 KOVRA_API int32_t KOVRADALT_GetImageType(KOVRADALT_DecInfo *dec) {
     kovra::clear_error();
-    if (dec == nullptr || dec->io == nullptr) {
+    if (dec == nullptr || !kovra::io::source_usable(dec->io)) {
         kovra::set_error(KOVRADALT_ERR_NULL_ARGUMENT);
         return KOVRADALT_TYPE_UNKNOWN;
     }

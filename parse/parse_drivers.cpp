@@ -16,25 +16,13 @@
 #include "kovra_os.h"
 #include "parse/header_readers.h"
 
-namespace kovra::parse {
-
-bool source_usable(const KOVRADALT_IO *io) {
-    if (io == nullptr) return false;
-    if (io::is_file_kind(io->kind)) return io->file != nullptr;
-    if (io::is_memory_kind(io->kind)) return io->source != nullptr;
-    if (io->kind == IO_KIND_STREAM) return io->read_fn != nullptr && io->skip_fn != nullptr;
-    return true;  // other kinds are refused by the source layer itself
-}
-
-}  // namespace kovra::parse
-
 namespace {
 
 // Entry checks shared by the drivers: clears the error word, refuses a missing record or one
 // whose source cannot be read (error word 1).
 bool record_ready(KOVRADALT_DecInfo *dec) {
     kovra::clear_error();
-    if (dec == nullptr || !kovra::parse::source_usable(dec->io)) {
+    if (dec == nullptr || !kovra::io::source_usable(dec->io)) {
         kovra::set_error(KOVRADALT_ERR_NULL_ARGUMENT);
         return false;
     }

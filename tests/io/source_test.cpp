@@ -12,6 +12,7 @@
 #include "kovra_decinfo.h"
 #include "kovra_io.h"
 #include "kovra_os.h"
+#include "kovra_parse.h"
 #include "support/sources.h"
 #include "support/temp_dir.h"
 
@@ -249,6 +250,34 @@ TEST(RefusedKind, OperationsRefuseAndCloseKeepsTheRecord) {
     EXPECT_EQ(KOVRADALT_Read_IO(&io, out, 4), -1);
     EXPECT_EQ(KOVRADALT_Read_IO2(&io, &view, 4), -1);
     EXPECT_EQ(KOVRADALT_Close_IO(&io), 0);  // nothing freed: this record lives on the stack
+}
+
+TEST(UnusableSource, MissingFileMemoryOrCallbacksAreRefusedNotFollowed) {
+    uint8_t out[4];
+    uint8_t *view = out;
+    KOVRADALT_IO no_file{};
+    no_file.kind = IO_KIND_PATH;
+    KOVRADALT_IO no_memory{};
+    no_memory.kind = IO_KIND_MEMORY;
+    no_memory.size = 100;
+    KOVRADALT_IO no_callbacks{};
+    no_callbacks.kind = IO_KIND_STREAM;
+    for (KOVRADALT_IO *io : {&no_file, &no_memory, &no_callbacks}) {
+        EXPECT_EQ(KOVRADALT_Seek_IO(io, 0, SEEK_SET), -1) << io->kind;
+        EXPECT_EQ(KOVRADALT_Read_IO(io, out, 4), -1) << io->kind;
+        EXPECT_EQ(KOVRADALT_Read_IO2(io, &view, 4), -1) << io->kind;
+    }
+    EXPECT_EQ(view, out);
+}
+
+TEST(UnusableSource, TypeDetectionAfterTheBufferWasHandedBack) {
+    auto *memory = static_cast<uint8_t *>(KOVRADALT_OsMalloc(8));
+    std::memset(memory, 0, 8);
+    KOVRADALT_DecInfo *dec = KOVRADALT_CreateDecInfo(IO_KIND_MEMORY, memory, 8, 7, 0);
+    ASSERT_EQ(KOVRADALT_DestroyInputBuffer(dec), 1);
+    EXPECT_EQ(KOVRADALT_GetImageType(dec), 0);
+    EXPECT_EQ(gKOVRADALT_Error, KOVRADALT_ERR_NULL_ARGUMENT);
+    KOVRADALT_DestroyDecInfo(dec);
 }
 
 }  // namespace
