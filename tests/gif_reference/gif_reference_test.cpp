@@ -204,3 +204,111 @@ TEST(GifReferenceWuffs, InterlacedAndProgressiveEncodingsAgree) {
         EXPECT_EQ(frame_indexes(regular, 0, sample), frame_indexes(interlaced, 0, sample)) << sample;
     }
 }
+
+namespace {
+
+struct PygifCase {
+    std::string input;
+    int width = 0, height = 0;
+    bool force_animation = false;     // the suite shows every image as a frame
+    std::vector<std::string> pixels;  // one .rgba file per expected frame
+};
+
+PygifCase read_conf(const fs::path &path) {
+    PygifCase c;
+    std::ifstream in(path);
+    std::string line, section;
+    std::map<std::string, std::string> frame_pixels;
+    std::vector<std::string> frame_names;
+    while (std::getline(in, line)) {
+        if (line.empty() || line[0] == '#') continue;
+        if (line[0] == '[') {
+            section = line.substr(1, line.find(']') - 1);
+            continue;
+        }
+        size_t eq = line.find(" = ");
+        if (eq == std::string::npos) continue;
+        std::string key = line.substr(0, eq), value = line.substr(eq + 3);
+        if (section == "config" && key == "input") c.input = value;
+        if (section == "config" && key == "width") c.width = std::stoi(value);
+        if (section == "config" && key == "height") c.height = std::stoi(value);
+        if (section == "config" && key == "force-animation") c.force_animation = value == "yes";
+        if (section == "config" && key == "frames") {
+            std::stringstream list(value);
+            for (std::string name; std::getline(list, name, ',');)
+                if (!name.empty()) frame_names.push_back(name);
+        }
+        if (section != "config" && key == "pixels") frame_pixels[section] = value;
+    }
+    for (const std::string &name : frame_names) c.pixels.push_back(frame_pixels[name]);
+    return c;
+}
+
+}  // namespace
+
+// The suite's file names whose expectations cannot be compared, each with the rule that explains it.
+const std::map<std::string, std::string> &pygif_explained() {
+    static const std::map<std::string, std::string> explained = {
+        {"no-data", "giflib refuses a file without an image; the suite shows a transparent dot"},
+        {"image-zero-width", "giflib refuses an image of width 0"},
+        {"image-zero-height", "giflib refuses an image of height 0"},
+        {"image-zero-size", "giflib refuses an image of size 0 x 0"},
+        {"max-codes", "giflib refuses this code stream"},
+        {"max-width", "a descriptor field above 10000: the library skips the image"},
+        {"max-height", "a descriptor field above 10000: the library skips the image"},
+        {"unknown-extension", "the library's scanner consumes only an unknown extension's label"},
+        {"invalid-colors", "the suite rejects indexes beyond the palette; here they draw transparent"},
+        {"plain-text", "the suite renders no frame for a plain-text extension; here the image is drawn"},
+    };
+    return explained;
+}
+
+// The suite shows an image without a control block, or with a zero delay in a file that has
+// non-zero delays, together with the images after it (one displayed frame); this library outputs
+// every image (unless the suite forces every image to be a frame). Returns the image that ends each
+// displayed frame.
+std::vector<size_t> displayed_frame_ends(const Gif &gif, bool force_animation) {
+    bool any_delay = false;
+    for (const Frame &f : gif.frames) any_delay |= f.has_own_control && f.control.delay_ms > 0;
+    std::vector<size_t> ends;
+    for (size_t i = 0; i < gif.frames.size(); ++i) {
+        const Frame &f = gif.frames[i];
+        bool shown = force_animation || (f.has_own_control && (f.control.delay_ms > 0 || !any_delay));
+        if (shown || i + 1 == gif.frames.size()) ends.push_back(i);
+    }
+    return ends;
+}
+
+TEST(GifReferencePygif, FramesMatchSuiteExpectations) {
+    KOVRA_REQUIRE_CORPUS();
+    const fs::path dir = corpus_dir() / "gif-suite" / "pygif-test-suite";
+    std::ifstream tests(dir / "TESTS");
+    ASSERT_TRUE(tests.good());
+    size_t compared = 0;
+    for (std::string name; std::getline(tests, name);) {
+        if (name.empty()) continue;
+        SCOPED_TRACE(name);
+        PygifCase c = read_conf(dir / (name + ".conf"));
+        Gif gif = load_gif(dir / c.input);
+        std::vector<Image> ours = compose_frames(gif, 1);
+        bool explained = pygif_explained().count(name) != 0;
+        if (c.pixels.empty() && ours.empty()) continue;  // both refuse the file
+        if (explained) continue;
+        ASSERT_TRUE(gif.ok) << gif.error;
+        ASSERT_TRUE(unmodelled(gif).empty()) << unmodelled(gif)[0].reason;
+        EXPECT_EQ(gif.screen_width, c.width);
+        EXPECT_EQ(gif.screen_height, c.height);
+        std::vector<size_t> ends = displayed_frame_ends(gif, c.force_animation);
+        ASSERT_EQ(ends.size(), c.pixels.size());
+        for (size_t i = 0; i < ends.size(); ++i) {
+            Image theirs = read_file(dir / c.pixels[i]);
+            Comparison r = compare_images(ours.at(ends[i]), theirs, gif.screen_width);
+            EXPECT_EQ(r.other, 0u) << "frame " << i << ": " << r.first_other;
+            if (r.white_canvas > 0) {
+                EXPECT_TRUE(canvas_can_be_white(gif)) << "frame " << i;
+            }
+            ++compared;
+        }
+    }
+    EXPECT_GE(compared, 80u);
+}
