@@ -132,6 +132,7 @@ std::vector<std::vector<uint8_t>> compose_frames(const Gif &gif, int sample_size
     if (gif.screen_width <= 0 || gif.screen_height <= 0 || sample_size < 1) return frames;
     std::vector<Limit> limits = unmodelled(gif);
     size_t frame_count = limits.empty() ? gif.frames.size() : limits.front().frame;
+    if (frame_count == 0) return frames;
 
     const OutSize out = output_size(gif, sample_size);
     const int W = gif.screen_width, H = gif.screen_height;
