@@ -1,0 +1,207 @@
+// The TIFF-file reader: header checks, tag 513 in IFD0 and in the first sub-IFD of a SubIFDs
+// entry, nested sub-IFDs, and sub-IFDs that loop back (the descent is bounded by the data), through
+// every source kind.
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+
+#include "exif_support.h"
+
+namespace kovra::test {
+namespace {
+
+constexpr uint16_t kSubIfds = 330, kJpegOffset = 513;
+
+struct TiffResult {
+    int32_t result;
+    uint32_t jpeg_offset;
+};
+
+TiffResult tiff_of(SourceKind kind, const Bytes &file) {
+    SourceRecord source(kind, file);
+    if (source.record() == nullptr) return {-1, 0};
+    DALTJ_TiffInfo info{};
+    const int32_t result = read_tiff(source.record(), &info);
+    return {result, info.jpeg_offset};
+}
+
+TEST(TiffReader, HeaderAndLengthChecks) {
+    TiffBuilder t(true);
+    t.set_ifd0(t.add_ifd({t.long_entry(kJpegOffset, 1234)}));
+    for (SourceKind kind : kAllSourceKinds) {
+        SCOPED_TRACE(source_kind_name(kind));
+        EXPECT_EQ(tiff_of(kind, t.bytes()).result, 1);
+        EXPECT_EQ(tiff_of(kind, t.bytes()).jpeg_offset, 1234u);
+        Bytes mixed = t.bytes();
+        mixed[1] = 'M';
+        EXPECT_EQ(tiff_of(kind, mixed).result, 0);
+        Bytes big_tiff = t.bytes();
+        big_tiff[2] = 43;
+        EXPECT_EQ(tiff_of(kind, big_tiff).result, 0);
+        Bytes beyond = t.bytes();
+        beyond[4] = static_cast<uint8_t>(beyond.size());
+        EXPECT_EQ(tiff_of(kind, beyond).result, 0);
+        EXPECT_EQ(tiff_of(kind, Bytes(t.bytes().begin(), t.bytes().begin() + 7)).result, 0);
+    }
+}
+
+TEST(TiffReader, EmptyWindowAnswers201) {
+    // A stream that claims 64 bytes and delivers none.
+    MemoryStream empty;
+    KOVRADALT_DecInfo *dec = KOVRADALT_CreateDecInfoWithStream(&empty, 64, MemoryStream::read, MemoryStream::skip,
+                                                               MemoryStream::rewind, 0, 0);
+    ASSERT_NE(dec, nullptr);
+    DALTJ_TiffInfo info{};
+    EXPECT_EQ(read_tiff(dec, &info), 201);
+    KOVRADALT_DestroyDecInfo(dec);
+}
+
+// IFD0 -> SubIFDs (two sub-IFDs listed) -> the first holds tag 513, the second is never visited.
+Bytes tiff_with_sub_ifds(bool little) {
+    TiffBuilder t(little);
+    const uint32_t first = t.add_ifd({t.short_entry(254, 1), t.long_entry(kJpegOffset, 4444)});
+    const uint32_t second = t.add_ifd({t.long_entry(kJpegOffset, 5555)});
+    const uint32_t list = t.add_bytes({});
+    t.put32(list, first);
+    t.put32(list + 4, second);
+    t.set_ifd0(t.add_ifd({t.long_entry(kJpegOffset, 1111), t.offset_entry(kSubIfds, DALTJ_TIFF_LONG, 2, list)}));
+    return t.bytes();
+}
+
+TEST(TiffReader, FirstSubIfdIsWalkedAfterIfd0sOwnEntries) {
+    for (bool little : {true, false}) {
+        for (SourceKind kind : kAllSourceKinds) {
+            SCOPED_TRACE(source_kind_name(kind));
+            const TiffResult r = tiff_of(kind, tiff_with_sub_ifds(little));
+            EXPECT_EQ(r.result, 1);
+            EXPECT_EQ(r.jpeg_offset, 4444u);
+        }
+    }
+}
+
+TEST(TiffReader, EntriesAfterTheSubIfdsEntryStillCount) {
+    TiffBuilder t(false);
+    const uint32_t sub = t.add_ifd({t.long_entry(kJpegOffset, 4444)});
+    const uint32_t list = t.add_bytes({});
+    t.put32(list, sub);
+    t.put32(list + 4, 0);
+    t.set_ifd0(t.add_ifd({t.offset_entry(kSubIfds, DALTJ_TIFF_LONG, 2, list), t.long_entry(kJpegOffset, 7777)}));
+    EXPECT_EQ(tiff_of(SourceKind::kMemory, t.bytes()).jpeg_offset, 7777u);
+}
+
+// A chain of `depth` sub-IFDs, each leading to the next; the deepest holds tag 513.
+Bytes nested_sub_ifds(int depth) {
+    TiffBuilder t(true);
+    uint32_t inner = t.add_ifd({t.long_entry(kJpegOffset, 9000 + static_cast<uint32_t>(depth))});
+    for (int level = 1; level < depth; ++level) {
+        const uint32_t list = t.add_bytes({0, 0, 0, 0, 0, 0, 0, 0});
+        t.put32(list, inner);
+        inner = t.add_ifd({t.offset_entry(kSubIfds, DALTJ_TIFF_LONG, 2, list)});
+    }
+    const uint32_t list = t.add_bytes({0, 0, 0, 0, 0, 0, 0, 0});
+    t.put32(list, inner);
+    t.set_ifd0(t.add_ifd({t.offset_entry(kSubIfds, DALTJ_TIFF_LONG, 2, list)}));
+    return t.bytes();
+}
+
+TEST(TiffReader, NestedSubIfdsAreFollowedToTheBottom) {
+    for (int depth : {1, 2, 9, 40}) {
+        for (SourceKind kind : kAllSourceKinds) {
+            SCOPED_TRACE(source_kind_name(kind));
+            const TiffResult r = tiff_of(kind, nested_sub_ifds(depth));
+            EXPECT_EQ(r.result, 1);
+            EXPECT_EQ(r.jpeg_offset, 9000u + static_cast<uint32_t>(depth)) << "depth " << depth;
+        }
+    }
+}
+
+// Sub-IFD A lists itself (or B, which lists A). The walk must end, whatever the file's size.
+Bytes looping_sub_ifds(bool through_second, uint32_t padding) {
+    TiffBuilder t(true);
+    const uint32_t list_a = t.add_bytes({0, 0, 0, 0, 0, 0, 0, 0});
+    const uint32_t list_b = t.add_bytes({0, 0, 0, 0, 0, 0, 0, 0});
+    const uint32_t a = t.add_ifd({t.offset_entry(kSubIfds, DALTJ_TIFF_LONG, 2, list_a), t.long_entry(kJpegOffset, 1)});
+    const uint32_t b = t.add_ifd({t.offset_entry(kSubIfds, DALTJ_TIFF_LONG, 2, list_b), t.long_entry(kJpegOffset, 2)});
+    t.put32(list_a, through_second ? b : a);
+    t.put32(list_b, a);
+    t.set_ifd0(t.add_ifd({t.offset_entry(kSubIfds, DALTJ_TIFF_LONG, 2, list_a)}));
+    t.pad_to(t.size() + padding);
+    return t.bytes();
+}
+
+TEST(TiffReader, LoopingSubIfdsEndWithinTheDataBudget) {
+    for (bool through_second : {false, true}) {
+        for (SourceKind kind : kAllSourceKinds) {
+            SCOPED_TRACE(source_kind_name(kind));
+            const TiffResult r = tiff_of(kind, looping_sub_ifds(through_second, 0));
+            EXPECT_EQ(r.result, 1);
+            EXPECT_EQ(r.jpeg_offset, 0u);  // the budget runs out before any 513 entry is reached
+        }
+    }
+}
+
+TEST(TiffReader, LoopInALargeFileStaysBounded) {
+    // 4 MiB of padding: the budget is length / 12 entries, so the descent is ~350,000 levels
+    // deep, kept on the heap, each level one SubIFDs entry. It must finish, and quickly.
+    const Bytes file = looping_sub_ifds(true, 4u << 20);
+    const auto start = std::chrono::steady_clock::now();
+    const TiffResult r = tiff_of(SourceKind::kMemory, file);
+    const auto elapsed = std::chrono::steady_clock::now() - start;
+    EXPECT_EQ(r.result, 1);
+    EXPECT_LT(elapsed, std::chrono::seconds(20));
+}
+
+TEST(TiffReader, DirectIfdWalkReturnsTheNextOffsetOrZeroOnAFailedSeek) {
+    TiffBuilder t(true);
+    const uint32_t ifd = t.add_ifd({t.long_entry(kJpegOffset, 3)}, 0x1234);
+    SourceRecord source(SourceKind::kMemory, t.bytes());
+    uint8_t *buffer = DALTJ_AllocateStreamBuffer(source->io);
+    DALTJ_ByteWindow window{source->io, 0, source->io->size, 0, 0, buffer};
+    ASSERT_EQ(DALTJ_CheckBuffer(&window, 2), 1);
+    DALTJ_TiffInfo info{};
+    EXPECT_EQ(DALTJ_ReadTiffIFDInfo(&info, &window, ifd, t.size(), 1, 0), 0x1234u);
+    EXPECT_EQ(info.jpeg_offset, 3u);
+    EXPECT_EQ(DALTJ_ReadTiffIFDInfo(&info, &window, ifd, ifd + 2 + 12 + 3, 1, 0), 0u);  // next offset does not fit
+    DALTJ_ReleaseStreamBuffer(source->io, buffer);
+
+    // A SubIFDs entry whose value is a negative position: the seek fails and the IFD ends with 0.
+    TiffBuilder bad(true);
+    const uint32_t bad_ifd =
+        bad.add_ifd({bad.long_entry(kSubIfds, 0x80000000u), bad.long_entry(kJpegOffset, 5)}, 0x1234);
+    SourceRecord bad_source(SourceKind::kMemory, bad.bytes());
+    buffer = DALTJ_AllocateStreamBuffer(bad_source->io);
+    DALTJ_ByteWindow bad_window{bad_source->io, 0, bad_source->io->size, 0, 0, buffer};
+    ASSERT_EQ(DALTJ_CheckBuffer(&bad_window, 2), 1);
+    DALTJ_TiffInfo bad_info{};
+    EXPECT_EQ(DALTJ_ReadTiffIFDInfo(&bad_info, &bad_window, bad_ifd, bad.size(), 1, 0), 0u);
+    EXPECT_EQ(bad_info.jpeg_offset, 0u);
+    DALTJ_ReleaseStreamBuffer(bad_source->io, buffer);
+}
+
+TEST(TiffReader, Ifd0EntryCountComesFromTheWindow) {
+    // IFD0 beyond the window's 16384 bytes: its entry count is read where the window holds no
+    // bytes, which read as 0, so no entry is decoded, whatever the source kind.
+    TiffBuilder t(true);
+    t.pad_to(20000);
+    t.set_ifd0(t.add_ifd({t.long_entry(kJpegOffset, 42)}));
+    for (SourceKind kind : kAllSourceKinds) {
+        SCOPED_TRACE(source_kind_name(kind));
+        const TiffResult r = tiff_of(kind, t.bytes());
+        EXPECT_EQ(r.result, 1);
+        EXPECT_EQ(r.jpeg_offset, 0u);
+    }
+}
+
+TEST(TiffReader, AllocationFailuresDoNotLeak) {
+    const Bytes file = nested_sub_ifds(20);
+    for (long allowed = 0; allowed < 6; ++allowed) {
+        SourceRecord source(SourceKind::kStream, file);
+        DALTJ_TiffInfo info{};
+        AllocationFailure failure(allowed);
+        read_tiff(source.record(), &info);
+    }
+}
+
+}  // namespace
+}  // namespace kovra::test
