@@ -28,6 +28,75 @@ void release_exif_info(DALTJ_ExifInfo *info) {
     KOVRADALT_OsFree(info);
 }
 
+std::string describe_record(const DALTJ_ExifInfo &info) {
+    std::string text;
+    const auto word = [&](uint32_t v) { text += std::to_string(v) + ' '; };
+    const auto str = [&](const char *s) {
+        if (s == nullptr) {
+            text += "null ";
+            return;
+        }
+        text += '"';
+        text.append(s);
+        text += "\" ";
+    };
+    const auto hex = [&](const uint8_t *b, size_t n) {
+        static const char digits[] = "0123456789abcdef";
+        if (b == nullptr) {
+            text += "null ";
+            return;
+        }
+        for (size_t i = 0; i < n; ++i) {
+            text += digits[b[i] >> 4];
+            text += digits[b[i] & 15];
+        }
+        text += ' ';
+    };
+    for (uint32_t v : info.bits_per_sample) word(v);
+    word(info.compression);
+    str(info.make);
+    str(info.model);
+    word(info.orientation);
+    for (const DALTJ_Rational &r : {info.x_resolution, info.y_resolution, info.exposure_time, info.digital_zoom_ratio,
+                                    info.focal_length, info.f_number}) {
+        word(r.numerator);
+        word(r.denominator);
+    }
+    word(info.resolution_unit);
+    str(info.software);
+    word(info.ycbcr_positioning);
+    str(info.rights_notice);
+    hex(info.exif_version, 4);
+    str(info.date_time_original);
+    str(info.date_time_digitized);
+    for (uint32_t v : {info.flash, info.color_space, info.pixel_x_dimension, info.pixel_y_dimension,
+                       info.exposure_mode, info.white_balance, info.iso_speed}) {
+        word(v);
+    }
+    for (const DALTJ_SRational &r : {info.exposure_bias, info.shutter_speed}) {
+        word(static_cast<uint32_t>(r.numerator));
+        word(static_cast<uint32_t>(r.denominator));
+    }
+    hex(reinterpret_cast<const uint8_t *>(&info.thumbnail), sizeof info.thumbnail);
+    if (info.gps == nullptr) {
+        text += "no-gps";
+        return text;
+    }
+    const DALTJ_GpsInfo &g = *info.gps;
+    hex(g.version_id, 4);
+    hex(reinterpret_cast<const uint8_t *>(g.latitude_ref), 4);
+    hex(reinterpret_cast<const uint8_t *>(g.latitude), sizeof g.latitude);
+    hex(reinterpret_cast<const uint8_t *>(g.longitude_ref), 4);
+    hex(reinterpret_cast<const uint8_t *>(g.longitude), sizeof g.longitude);
+    word(g.altitude_ref);
+    hex(reinterpret_cast<const uint8_t *>(&g.altitude), sizeof g.altitude);
+    hex(reinterpret_cast<const uint8_t *>(g.time_stamp), sizeof g.time_stamp);
+    str(g.map_datum);
+    text += g.processing_method != nullptr ? "method " : "no-method ";
+    hex(reinterpret_cast<const uint8_t *>(g.date_stamp), 12);
+    return text;
+}
+
 int32_t get_exif(KOVRADALT_DecInfo *dec, DALTJ_ExifInfo *info) {
     uint8_t *buffer = DALTJ_AllocateStreamBuffer(dec->io);
     if (buffer == nullptr) return -1;

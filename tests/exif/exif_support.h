@@ -30,6 +30,9 @@ struct ExifRecord {
     DALTJ_ExifInfo *operator->() { return &info; }
 };
 
+// Every field of a record as text (strings as C strings, blocks in hex), for comparing records.
+std::string describe_record(const DALTJ_ExifInfo &info);
+
 // Sets up a byte window over the record's source as the library's users do and runs
 // DALTJ_GetExifInfo; the window is released afterwards.
 int32_t get_exif(KOVRADALT_DecInfo *dec, DALTJ_ExifInfo *info);
