@@ -1,0 +1,144 @@
+// Arbitrary bytes through the EXIF and TIFF readers, each run taking all three roads:
+//   1. the bytes as a JPEG source (caller memory, or a caller stream serving the same bytes),
+//      searched through a byte window by DALTJ_GetExifInfo;
+//   2. an APP1 segment for DALTJ_CreatExifInfoUseExifBuffer: from the first 0xFF 0xE1 in the
+//      bytes when there is one (so the corpus's real segments are reached), else the bytes as
+//      they are;
+//   3. the bytes as a TIFF file for DALTJ_ReadTiffInfo, with the source's size as the length.
+// The last input byte picks the source kind of roads 1 and 3 (bit 0) and, when bit 1 is set,
+// makes the allocations of road 1 fail after the number in bits 2..7. Every string and block of
+// every record is read to its end and then freed, so a missing terminator or a leak shows.
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "io/window_bytes.h"
+#include "kovra_decinfo.h"
+#include "kovra_exif.h"
+#include "kovra_os.h"
+#include "os/alloc_failure.h"
+
+namespace {
+
+struct Stream {
+    const uint8_t *data;
+    size_t size, cursor;
+};
+
+uint32_t stream_read(void *handle, void *buffer, uint32_t count) {
+    auto *s = static_cast<Stream *>(handle);
+    const size_t left = s->cursor < s->size ? s->size - s->cursor : 0;
+    const size_t n = left < count ? left : count;
+    if (n > 0) std::memcpy(buffer, s->data + s->cursor, n);
+    s->cursor += n;
+    return static_cast<uint32_t>(n);
+}
+
+uint32_t stream_skip(void *handle, void *, uint32_t count) {
+    auto *s = static_cast<Stream *>(handle);
+    s->cursor += static_cast<int32_t>(count);
+    return static_cast<uint32_t>(s->cursor);
+}
+
+uint32_t stream_rewind(void *handle, void *, uint32_t) {
+    static_cast<Stream *>(handle)->cursor = 0;
+    return 0;
+}
+
+volatile uint32_t g_sink;
+
+uint32_t touch(const char *text) { return text != nullptr ? static_cast<uint32_t>(std::strlen(text)) : 0; }
+
+// Reads every field of the record and frees what it owns.
+void consume_and_release(DALTJ_ExifInfo *info) {
+    uint32_t sum = touch(info->make) + touch(info->model) + touch(info->software) + touch(info->rights_notice) +
+                   touch(info->date_time_original) + touch(info->date_time_digitized);
+    if (info->exif_version != nullptr) sum += info->exif_version[0] + info->exif_version[3];
+    const auto *words = reinterpret_cast<const uint32_t *>(&info->thumbnail);
+    for (size_t i = 0; i < sizeof info->thumbnail / 4; ++i) sum += words[i];
+    sum += info->x_resolution.numerator + info->shutter_speed.denominator + info->iso_speed;
+    KOVRADALT_OsFree(info->make);
+    KOVRADALT_OsFree(info->model);
+    KOVRADALT_OsFree(info->software);
+    KOVRADALT_OsFree(info->rights_notice);
+    KOVRADALT_OsFree(info->exif_version);
+    KOVRADALT_OsFree(info->date_time_original);
+    KOVRADALT_OsFree(info->date_time_digitized);
+    if (info->gps != nullptr) {
+        sum += touch(info->gps->map_datum) + info->gps->latitude[2].denominator + info->gps->date_stamp[9];
+        if (info->gps->processing_method != nullptr) sum += info->gps->processing_method[0];
+        KOVRADALT_OsFree(info->gps->map_datum);
+        KOVRADALT_OsFree(info->gps->processing_method);
+        KOVRADALT_OsFree(info->gps);
+    }
+    g_sink = g_sink + sum;
+}
+
+KOVRADALT_DecInfo *open_source(const uint8_t *data, size_t size, bool stream_kind, Stream *stream) {
+    if (!stream_kind) {
+        return KOVRADALT_CreateDecInfo(IO_KIND_MEMORY, const_cast<uint8_t *>(data), static_cast<int32_t>(size), 0, 0);
+    }
+    *stream = Stream{data, size, 0};
+    return KOVRADALT_CreateDecInfoWithStream(stream, static_cast<int32_t>(size), stream_read, stream_skip,
+                                             stream_rewind, 0, 0);
+}
+
+void jpeg_road(const uint8_t *data, size_t size, uint8_t options) {
+    Stream stream;
+    KOVRADALT_DecInfo *dec = open_source(data, size, options & 1, &stream);
+    if (dec == nullptr) return;
+    uint8_t *buffer = DALTJ_AllocateStreamBuffer(dec->io);
+    if (buffer != nullptr && KOVRADALT_Seek_IO(dec->io, 0, SEEK_SET) >= 0) {
+        DALTJ_ByteWindow window = kovra::io::make_window(dec->io, buffer);
+        DALTJ_ExifInfo info;
+        std::memset(&info, 0, sizeof info);
+        if (options & 2) kovra::os::fail_allocations_after(options >> 2);
+        g_sink = g_sink + static_cast<uint32_t>(DALTJ_GetExifInfo(&window, &info));
+        kovra::os::stop_failing_allocations();
+        consume_and_release(&info);
+    }
+    if (buffer != nullptr) DALTJ_ReleaseStreamBuffer(dec->io, buffer);
+    KOVRADALT_DestroyDecInfo(dec);
+}
+
+void app1_road(const uint8_t *data, size_t size) {
+    size_t start = 0;
+    for (size_t i = 0; i + 1 < size; ++i) {
+        if (data[i] == 0xFF && data[i + 1] == 0xE1) {
+            start = i;
+            break;
+        }
+    }
+    DALTJ_ExifInfo *info = DALTJ_CreatExifInfoUseExifBuffer(data + start, static_cast<uint32_t>(size - start));
+    if (info == nullptr) return;
+    consume_and_release(info);
+    KOVRADALT_OsFree(info);
+}
+
+void tiff_road(const uint8_t *data, size_t size, uint8_t options) {
+    Stream stream;
+    KOVRADALT_DecInfo *dec = open_source(data, size, options & 1, &stream);
+    if (dec == nullptr) return;
+    uint8_t *buffer = DALTJ_AllocateStreamBuffer(dec->io);
+    if (buffer != nullptr && KOVRADALT_Seek_IO(dec->io, 0, SEEK_SET) >= 0) {
+        DALTJ_ByteWindow window = kovra::io::make_window(dec->io, buffer);
+        DALTJ_TiffInfo info;
+        std::memset(&info, 0, sizeof info);
+        g_sink = g_sink + static_cast<uint32_t>(DALTJ_ReadTiffInfo(&info, &window, 0, static_cast<uint32_t>(size), 0));
+        g_sink = g_sink + info.jpeg_offset;
+    }
+    if (buffer != nullptr) DALTJ_ReleaseStreamBuffer(dec->io, buffer);
+    KOVRADALT_DestroyDecInfo(dec);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
+    if (size == 0 || size > 0x7FFFFFFF) return 0;
+    const uint8_t options = data[size - 1];
+    jpeg_road(data, size, options);
+    app1_road(data, size);
+    tiff_road(data, size, options);
+    return 0;
+}
