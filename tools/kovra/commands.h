@@ -10,5 +10,6 @@ namespace kovra::tool {
 using Arguments = std::vector<std::string>;
 
 int run_info(const Arguments &args);
+int run_exif_thumb(const Arguments &args);
 
 }  // namespace kovra::tool

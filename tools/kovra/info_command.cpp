@@ -1,5 +1,6 @@
-// kovra info [--json] FILE...: what the library's header parse finds in each file: type, width,
-// height, file size, frame count and, for GIFs, the per-frame delays and their total.
+// kovra info [--exif] [--json] FILE...: what the library's header parse finds in each file: type,
+// width, height, file size, frame count and, for GIFs, the per-frame delays and their total; with
+// --exif, also the file's EXIF record (read and printed by exif_report.cpp).
 //
 // Each file becomes an ImageSummary (summarize), which the text and JSON printers then show; a new
 // field goes into the struct, summarize and both printers.
@@ -9,6 +10,7 @@
 #include <vector>
 
 #include "commands.h"
+#include "exif_report.h"
 #include "image_file.h"
 #include "json_writer.h"
 #include "kovra_os.h"
@@ -79,7 +81,7 @@ void print_text(const ImageSummary &s) {
     std::printf("\n");
 }
 
-void print_json(JsonWriter &json, const ImageSummary &s) {
+void print_json(JsonWriter &json, const ImageSummary &s, bool with_exif) {
     json.begin_object();
     json.key("file");
     json.value(s.path);
@@ -106,6 +108,10 @@ void print_json(JsonWriter &json, const ImageSummary &s) {
         json.end_array();
         json.key("total_delay_ms");
         json.value(s.total_delay_ms);
+        if (with_exif) {
+            json.key("exif");
+            json.raw(ExifReport(s.path).json());
+        }
     }
     json.end_object();
 }
@@ -113,17 +119,19 @@ void print_json(JsonWriter &json, const ImageSummary &s) {
 }  // namespace
 
 int run_info(const Arguments &args) {
-    bool as_json = false;
+    bool as_json = false, with_exif = false;
     std::vector<std::string> paths;
     for (const std::string &arg : args) {
         if (arg == "--json") {
             as_json = true;
+        } else if (arg == "--exif") {
+            with_exif = true;
         } else {
             paths.push_back(arg);
         }
     }
     if (paths.empty()) {
-        std::fprintf(stderr, "usage: kovra info [--json] FILE...\n");
+        std::fprintf(stderr, "usage: kovra info [--exif] [--json] FILE...\n");
         return 2;
     }
     std::vector<ImageSummary> summaries;
@@ -135,11 +143,14 @@ int run_info(const Arguments &args) {
     if (as_json) {
         JsonWriter json(stdout);
         json.begin_array();
-        for (const ImageSummary &s : summaries) print_json(json, s);
+        for (const ImageSummary &s : summaries) print_json(json, s, with_exif);
         json.end_array();
         json.finish();
     } else {
-        for (const ImageSummary &s : summaries) print_text(s);
+        for (const ImageSummary &s : summaries) {
+            print_text(s);
+            if (with_exif && s.opened) ExifReport(s.path).print_text(stdout, "  ");
+        }
     }
     return status;
 }

@@ -49,6 +49,11 @@ void JsonWriter::end_array() {
     std::fputc(']', out_);
 }
 
+void JsonWriter::raw(const std::string &json) {
+    before_value();
+    std::fputs(json.c_str(), out_);
+}
+
 void JsonWriter::key(const std::string &name) {
     before_value();
     write_string(name);

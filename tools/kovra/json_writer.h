@@ -24,6 +24,8 @@ public:
     void value(uint32_t number) { value(static_cast<int64_t>(number)); }
     void value(int32_t number) { value(static_cast<int64_t>(number)); }
     void value(bool flag);
+    // A value already written as JSON text (an object or array built elsewhere).
+    void raw(const std::string &json);
     // Ends the document with a newline.
     void finish();
 

@@ -1,6 +1,8 @@
 // kovra: inspect and decode images with libkovraimagecodec.
 //
-//   kovra info [--json] FILE...   type, width, height, file size, frames and delays of each file
+//   kovra info [--exif] [--json] FILE...   type, width, height, file size, frames and delays of each file,
+//                                          and with --exif its EXIF record
+//   kovra exif-thumb FILE -o OUT.jpg   the JPEG thumbnail of a file's EXIF block
 
 #include <cstdio>
 #include <cstring>
@@ -16,7 +18,8 @@ struct Command {
 };
 
 constexpr Command kCommands[] = {
-    {"info", kovra::tool::run_info, "info [--json] FILE...  type, size, frames and delays of each file"},
+    {"info", kovra::tool::run_info, "info [--exif] [--json] FILE...  type, size, frames, delays (and EXIF)"},
+    {"exif-thumb", kovra::tool::run_exif_thumb, "exif-thumb FILE -o OUT.jpg   write the EXIF thumbnail"},
 };
 
 int usage(FILE *out) {
