@@ -32,6 +32,8 @@ constexpr int32_t kApp1Header = 8;        // the length field and "Exif" 0 0
 constexpr uint32_t kMinSegmentLength = 2;  // the length field counts itself
 
 bool fill(DALTJ_ByteWindow *window, int32_t need) {
+    // The window's own first test, done here: most requests are already satisfied.
+    if (window->avail >= need) return true;
     return DALTJ_CheckBuffer(window, need) != DALTJ_WINDOW_FAILED && window->avail >= need;
 }
 
@@ -47,18 +49,34 @@ uint32_t take_be16(DALTJ_ByteWindow *window) {
     return value;
 }
 
-// Consumes bytes up to the next 0xFF, refilling as the byte-by-byte walk would; false when the
-// source runs dry first.
+bool is_skipped_segment(uint8_t m) {
+    return m == 0xC0 || m == 0xC2 || m == 0xC4 || m == 0xDA || m == 0xDB || m == 0xDD ||
+           (m >= 0xE0 && m <= 0xEF) || m == 0xDC || m == 0xFE;
+}
+
+// Markers the walk acts on; after any other byte following 0xFF (a stuffed 0x00 in scan data, a
+// restart marker) it just goes on scanning.
+bool is_handled_marker(uint8_t m) { return m == kApp1 || m == kMarkerPrefix || is_skipped_segment(m); }
+
+// Consumes bytes up to the next 0xFF that starts a handled marker, refilling as the byte-by-byte
+// walk would; false when the source runs dry first. A 0xFF whose next byte is not yet in the
+// window is left for the caller, which refills before reading that byte.
 bool skip_to_marker_prefix(DALTJ_ByteWindow *window) {
     for (;;) {
-        if (window->avail > 0) {
+        while (window->avail > 0) {
             const uint8_t *first = window->data + window->pos;
-            const void *found = std::memchr(first, kMarkerPrefix, static_cast<size_t>(window->avail));
-            if (found != nullptr) {
-                consume(*window, static_cast<int32_t>(static_cast<const uint8_t *>(found) - first));
+            const auto *found =
+                static_cast<const uint8_t *>(std::memchr(first, kMarkerPrefix, static_cast<size_t>(window->avail)));
+            if (found == nullptr) {
+                consume(*window, window->avail);
+                break;
+            }
+            const auto at = static_cast<int32_t>(found - first);
+            if (at + 1 >= window->avail || is_handled_marker(found[1])) {
+                consume(*window, at);
                 return true;
             }
-            consume(*window, window->avail);
+            consume(*window, at + 2);
         }
         if (!fill(window, 1)) return false;
     }
@@ -122,11 +140,6 @@ int32_t visit_app1(DALTJ_ByteWindow *window, DALTJ_ExifInfo *info, int32_t *resu
         return 2;
     }
     return skip_bytes(window, payload) && fill(window, 1) ? 1 : 0;
-}
-
-bool is_skipped_segment(uint8_t m) {
-    return m == 0xC0 || m == 0xC2 || m == 0xC4 || m == 0xDA || m == 0xDB || m == 0xDD ||
-           (m >= 0xE0 && m <= 0xEF) || m == 0xDC || m == 0xFE;
 }
 
 bool skip_segment(DALTJ_ByteWindow *window) {

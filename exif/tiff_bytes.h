@@ -20,13 +20,25 @@ struct TiffBytes {
     uint8_t byte(uint64_t offset) const { return offset < readable ? base[offset] : 0; }
 
     uint32_t u16(uint64_t offset) const {
-        const uint32_t b0 = byte(offset), b1 = byte(offset + 1);
-        return little_endian ? (b0 | b1 << 8) : (b0 << 8 | b1);
+        uint8_t b[2];
+        fetch(offset, b, 2);
+        return little_endian ? (b[0] | b[1] << 8) : (b[0] << 8 | b[1]);
     }
 
     uint32_t u32(uint64_t offset) const {
-        const uint32_t b0 = byte(offset), b1 = byte(offset + 1), b2 = byte(offset + 2), b3 = byte(offset + 3);
+        uint8_t b[4];
+        fetch(offset, b, 4);
+        const uint32_t b0 = b[0], b1 = b[1], b2 = b[2], b3 = b[3];
         return little_endian ? (b0 | b1 << 8 | b2 << 16 | b3 << 24) : (b0 << 24 | b1 << 16 | b2 << 8 | b3);
+    }
+
+    // `n` (at most 4) bytes from `offset`, with the bounds test made once when they all exist.
+    void fetch(uint64_t offset, uint8_t *out, int n) const {
+        if (offset + static_cast<uint64_t>(n) <= readable) {
+            std::memcpy(out, base + offset, static_cast<size_t>(n));
+            return;
+        }
+        for (int i = 0; i < n; ++i) out[i] = byte(offset + static_cast<uint64_t>(i));
     }
 
     // True when [offset, offset + size) lies within the claimed length (no 32-bit wrap).
