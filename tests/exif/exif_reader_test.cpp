@@ -516,6 +516,25 @@ TEST(App1Search, ExifBlockLargerThanTheWindowIsReadWhole) {
     }
 }
 
+TEST(App1Search, ScanRunsThroughEntropyDataAcrossWindowBoundaries) {
+    // The walk has no end marker: after a scan it steps over stuffed bytes, restart markers and
+    // fill bytes, and still finds an EXIF block placed after them. The 0xFF bytes are moved across
+    // the 16384-byte window boundary by the padding.
+    for (size_t padding = 16375; padding < 16392; ++padding) {
+        Bytes scan = segment(0xDA, {1, 1, 0, 0, 63, 0});
+        for (size_t i = 0; i < padding; ++i) scan.push_back(static_cast<uint8_t>(i * 7 + 1));
+        for (const Bytes &tail : {Bytes{0xFF, 0x00, 0x12}, Bytes{0xFF, 0xD3}, Bytes{0xFF, 0xFF, 0xFF, 0x00},
+                                  Bytes{0xFF, 0xD9, 0x00}}) {
+            scan.insert(scan.end(), tail.begin(), tail.end());
+        }
+        const Bytes file = concat({Bytes{0xFF, 0xD8}, segment(kApp0, Bytes(14, 0)), scan, exif_segment(small_exif()),
+                                   Bytes{0, 0}});
+        for (SourceKind kind : {SourceKind::kMemory, SourceKind::kStream, SourceKind::kOwnedMemory}) {
+            EXPECT_EQ(make_found(file, kind), "Ok!") << source_kind_name(kind) << " padding " << padding;
+        }
+    }
+}
+
 TEST(App1Search, ShortApp1LengthEndsTheSearch) {
     const Bytes file = jpeg_file({Bytes{0xFF, kApp1, 0, 7, 'E', 'x', 'i', 'f', 0}, exif_segment(small_exif())});
     int32_t result = -1;
