@@ -19,6 +19,7 @@
 
 #include "io/window_bytes.h"
 #include "kovra_decinfo.h"
+#include "exif/info_release.h"
 #include "kovra_exif.h"
 #include "kovra_os.h"
 
@@ -45,21 +46,6 @@ void load_corpus(const std::filesystem::path &dir) {
     }
 }
 
-void release(DALTJ_ExifInfo *info) {
-    KOVRADALT_OsFree(info->make);
-    KOVRADALT_OsFree(info->model);
-    KOVRADALT_OsFree(info->software);
-    KOVRADALT_OsFree(info->rights_notice);
-    KOVRADALT_OsFree(info->exif_version);
-    KOVRADALT_OsFree(info->date_time_original);
-    KOVRADALT_OsFree(info->date_time_digitized);
-    if (info->gps != nullptr) {
-        KOVRADALT_OsFree(info->gps->map_datum);
-        KOVRADALT_OsFree(info->gps->processing_method);
-        KOVRADALT_OsFree(info->gps);
-    }
-}
-
 int32_t library_read(std::vector<uint8_t> &file) {
     KOVRADALT_DecInfo *dec =
         KOVRADALT_CreateDecInfo(IO_KIND_MEMORY, file.data(), static_cast<int32_t>(file.size()), 0, 0);
@@ -69,7 +55,7 @@ int32_t library_read(std::vector<uint8_t> &file) {
     DALTJ_ExifInfo info{};
     const int32_t result = DALTJ_GetExifInfo(&window, &info);
     benchmark::DoNotOptimize(info);
-    release(&info);
+    kovra::exif::release_exif_fields(&info);
     DALTJ_ReleaseStreamBuffer(dec->io, buffer);
     KOVRADALT_DestroyDecInfo(dec);
     return result;

@@ -14,37 +14,16 @@
 #include <cstring>
 
 #include "io/window_bytes.h"
+#include "fuzz/span_stream.h"
 #include "kovra_decinfo.h"
+#include "exif/info_release.h"
 #include "kovra_exif.h"
 #include "kovra_os.h"
 #include "os/alloc_failure.h"
 
 namespace {
 
-struct Stream {
-    const uint8_t *data;
-    size_t size, cursor;
-};
-
-uint32_t stream_read(void *handle, void *buffer, uint32_t count) {
-    auto *s = static_cast<Stream *>(handle);
-    const size_t left = s->cursor < s->size ? s->size - s->cursor : 0;
-    const size_t n = left < count ? left : count;
-    if (n > 0) std::memcpy(buffer, s->data + s->cursor, n);
-    s->cursor += n;
-    return static_cast<uint32_t>(n);
-}
-
-uint32_t stream_skip(void *handle, void *, uint32_t count) {
-    auto *s = static_cast<Stream *>(handle);
-    s->cursor += static_cast<int32_t>(count);
-    return static_cast<uint32_t>(s->cursor);
-}
-
-uint32_t stream_rewind(void *handle, void *, uint32_t) {
-    static_cast<Stream *>(handle)->cursor = 0;
-    return 0;
-}
+using Stream = kovra::fuzz::SpanStream;
 
 volatile uint32_t g_sink;
 
@@ -58,20 +37,11 @@ void consume_and_release(DALTJ_ExifInfo *info) {
     const auto *words = reinterpret_cast<const uint32_t *>(&info->thumbnail);
     for (size_t i = 0; i < sizeof info->thumbnail / 4; ++i) sum += words[i];
     sum += info->x_resolution.numerator + info->shutter_speed.denominator + info->iso_speed;
-    KOVRADALT_OsFree(info->make);
-    KOVRADALT_OsFree(info->model);
-    KOVRADALT_OsFree(info->software);
-    KOVRADALT_OsFree(info->rights_notice);
-    KOVRADALT_OsFree(info->exif_version);
-    KOVRADALT_OsFree(info->date_time_original);
-    KOVRADALT_OsFree(info->date_time_digitized);
     if (info->gps != nullptr) {
         sum += touch(info->gps->map_datum) + info->gps->latitude[2].denominator + info->gps->date_stamp[9];
         if (info->gps->processing_method != nullptr) sum += info->gps->processing_method[0];
-        KOVRADALT_OsFree(info->gps->map_datum);
-        KOVRADALT_OsFree(info->gps->processing_method);
-        KOVRADALT_OsFree(info->gps);
     }
+    kovra::exif::release_exif_fields(info);
     g_sink = g_sink + sum;
 }
 
@@ -80,8 +50,8 @@ KOVRADALT_DecInfo *open_source(const uint8_t *data, size_t size, bool stream_kin
         return KOVRADALT_CreateDecInfo(IO_KIND_MEMORY, const_cast<uint8_t *>(data), static_cast<int32_t>(size), 0, 0);
     }
     *stream = Stream{data, size, 0};
-    return KOVRADALT_CreateDecInfoWithStream(stream, static_cast<int32_t>(size), stream_read, stream_skip,
-                                             stream_rewind, 0, 0);
+    return KOVRADALT_CreateDecInfoWithStream(stream, static_cast<int32_t>(size), Stream::read, Stream::skip,
+                                             Stream::rewind, 0, 0);
 }
 
 void jpeg_road(const uint8_t *data, size_t size, uint8_t options) {

@@ -6,36 +6,14 @@
 #include <cstdint>
 #include <cstring>
 
+#include "fuzz/span_stream.h"
 #include "kovra_decinfo.h"
 #include "kovra_os.h"
 #include "kovra_parse.h"
 
 namespace {
 
-struct Stream {
-    const uint8_t *data;
-    size_t size, cursor;
-};
-
-uint32_t stream_read(void *handle, void *buffer, uint32_t count) {
-    auto *s = static_cast<Stream *>(handle);
-    size_t left = s->cursor < s->size ? s->size - s->cursor : 0;
-    size_t n = left < count ? left : count;
-    if (n > 0) std::memcpy(buffer, s->data + s->cursor, n);
-    s->cursor += n;
-    return static_cast<uint32_t>(n);
-}
-
-uint32_t stream_skip(void *handle, void *, uint32_t count) {
-    auto *s = static_cast<Stream *>(handle);
-    s->cursor += static_cast<int32_t>(count);
-    return static_cast<uint32_t>(s->cursor);
-}
-
-uint32_t stream_rewind(void *handle, void *, uint32_t) {
-    static_cast<Stream *>(handle)->cursor = 0;
-    return 0;
-}
+using Stream = kovra::fuzz::SpanStream;
 
 // Sums what the parse reported, so every word of the result is read.
 uint32_t touch(const KOVRADALT_ImageInfo &info) {
@@ -75,8 +53,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     parse_all(KOVRADALT_CreateDecInfo(IO_KIND_MEMORY, const_cast<uint8_t *>(data), static_cast<int32_t>(size), 0, 0),
               default_delay);
     Stream stream{data, size, 0};
-    parse_all(KOVRADALT_CreateDecInfoWithStream(&stream, static_cast<int32_t>(size), stream_read, stream_skip,
-                                                stream_rewind, 0, 0),
+    parse_all(KOVRADALT_CreateDecInfoWithStream(&stream, static_cast<int32_t>(size), Stream::read, Stream::skip,
+                                                Stream::rewind, 0, 0),
               default_delay);
     return 0;
 }

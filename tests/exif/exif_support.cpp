@@ -7,27 +7,6 @@
 
 namespace kovra::test {
 
-void release_exif_fields(DALTJ_ExifInfo *info) {
-    if (info == nullptr) return;
-    for (void *owned : {static_cast<void *>(info->make), static_cast<void *>(info->model),
-                        static_cast<void *>(info->software), static_cast<void *>(info->rights_notice),
-                        static_cast<void *>(info->exif_version), static_cast<void *>(info->date_time_original),
-                        static_cast<void *>(info->date_time_digitized)}) {
-        KOVRADALT_OsFree(owned);
-    }
-    if (info->gps != nullptr) {
-        KOVRADALT_OsFree(info->gps->map_datum);
-        KOVRADALT_OsFree(info->gps->processing_method);
-        KOVRADALT_OsFree(info->gps);
-    }
-    *info = DALTJ_ExifInfo{};
-}
-
-void release_exif_info(DALTJ_ExifInfo *info) {
-    release_exif_fields(info);
-    KOVRADALT_OsFree(info);
-}
-
 std::string describe_record(const DALTJ_ExifInfo &info) {
     std::string text;
     const auto word = [&](uint32_t v) { text += std::to_string(v) + ' '; };

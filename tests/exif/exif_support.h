@@ -1,4 +1,4 @@
-// Helpers for the EXIF and TIFF tests: releasing a metadata record, reading one through a source,
+// Helpers for the EXIF and TIFF tests: a self-releasing metadata record, reading one through a source,
 // and building TIFF structures and JPEG segments byte by byte for crafted cases.
 #pragma once
 
@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "exif/info_release.h"
 #include "kovra_exif.h"
 #include "support/sources.h"
 
@@ -14,11 +15,8 @@ namespace kovra::test {
 
 using Bytes = std::vector<uint8_t>;
 
-// Frees every string and block a record owns, and its GPS record with the GPS strings, and
-// zeroes the record. The library has no release entry point for it: this is the caller's job.
-void release_exif_fields(DALTJ_ExifInfo *info);
-// release_exif_fields, then frees a record that came from DALTJ_CreatExifInfoUseExifBuffer.
-void release_exif_info(DALTJ_ExifInfo *info);
+using kovra::exif::release_exif_fields;
+using kovra::exif::release_exif_info;
 
 // A zero-filled record on the test's stack that releases what it owns.
 struct ExifRecord {

@@ -4,6 +4,8 @@
 
 #include "exif_report.h"
 
+#include "exif/info_release.h"
+
 #include <cmath>
 #include <cstring>
 #include <fstream>
@@ -145,21 +147,6 @@ std::string thumbnail_json(const DALTJ_ThumbnailInfo &t) {
 
 }  // namespace
 
-void release_exif_fields(DALTJ_ExifInfo *info) {
-    for (void *owned : {static_cast<void *>(info->make), static_cast<void *>(info->model),
-                        static_cast<void *>(info->software), static_cast<void *>(info->rights_notice),
-                        static_cast<void *>(info->exif_version), static_cast<void *>(info->date_time_original),
-                        static_cast<void *>(info->date_time_digitized)}) {
-        KOVRADALT_OsFree(owned);
-    }
-    if (info->gps != nullptr) {
-        KOVRADALT_OsFree(info->gps->map_datum);
-        KOVRADALT_OsFree(info->gps->processing_method);
-        KOVRADALT_OsFree(info->gps);
-    }
-    *info = DALTJ_ExifInfo{};
-}
-
 ExifReport::ExifReport(const std::string &path) {
     std::ifstream in(path, std::ios::binary);
     if (!in) return;
@@ -192,7 +179,7 @@ ExifReport::ExifReport(const std::string &path) {
     }
 }
 
-ExifReport::~ExifReport() { release_exif_fields(&info_); }
+ExifReport::~ExifReport() { kovra::exif::release_exif_fields(&info_); }
 
 void ExifReport::print_text(FILE *out, const char *indent) const {
     if (tiff_) std::fprintf(out, "%sembedded JPEG offset: %u\n", indent, tiff_jpeg_offset_);

@@ -37,8 +37,4 @@ private:
     DALTJ_ExifInfo info_{};
 };
 
-// Frees every string and block a record owns and its GPS record (the library's destroy entry
-// point frees nothing), and zeroes the record.
-void release_exif_fields(DALTJ_ExifInfo *info);
-
 }  // namespace kovra::tool
