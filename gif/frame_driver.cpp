@@ -1,0 +1,187 @@
+// Driving frames: a single image decoded into palette indexes, and animation frames decoded one
+// call at a time into 32-bit pixels with the composed image kept in the canvas between calls.
+//
+// An animation frame is written in three parts: the output rows above the frame come from the
+// canvas, the frame's own rows come from the composer (frame_composer.cpp) as they are decoded,
+// and the rows below the last one written come from the canvas again. The canvas is created by
+// the first frame at output size: fully transparent when that frame has transparency, else
+// white. The canvas and row_colors are this file's buffers; their sizes are checked against the
+// output size on every call, so a size changed between frames fails the frame instead of
+// stepping outside them.
+
+#include <algorithm>
+#include <cstring>
+
+#include "gif/color_words.h"
+#include "gif/gif_alloc.h"
+#include "gif/resample.h"
+#include "kovra_gif.h"
+#include "kovra_os.h"
+
+namespace {
+
+using namespace kovra::gif;
+
+enum class Canvas { kReady, kAllocationFailed, kMismatch };
+
+// Creates the canvas on the first frame; refuses a canvas whose size no longer matches.
+Canvas prepare_canvas(DALTI_GIFDecoderInfo *rec) {
+    if (rec->canvas != nullptr) {
+        const bool same = rec->canvas_width == rec->row_out_width && rec->canvas_width == rec->out_width &&
+                          rec->canvas_height == rec->out_height;
+        return same ? Canvas::kReady : Canvas::kMismatch;
+    }
+    if (rec->out_width < 1 || rec->out_height < 1 || rec->row_out_width != rec->out_width) return Canvas::kMismatch;
+    const int64_t words = static_cast<int64_t>(rec->out_width) * rec->out_height;
+    auto *canvas = static_cast<uint32_t *>(alloc_array_zeroed(words, sizeof(uint32_t)));
+    if (canvas == nullptr) return Canvas::kAllocationFailed;
+    const uint32_t fill = rec->has_transparency != 0 ? GIF_COLOR_UNSET : kCanvasWhite;
+    std::fill(canvas, canvas + words, fill);
+    rec->canvas = canvas;
+    rec->canvas_width = rec->out_width;
+    rec->canvas_height = rec->out_height;
+    return Canvas::kReady;
+}
+
+// row_colors must hold a full output row.
+bool prepare_row_colors(DALTI_GIFDecoderInfo *rec) {
+    const int32_t need = std::max(rec->row_out_width, rec->screen_width);
+    if (rec->row_colors != nullptr && rec->row_colors_capacity >= need) return true;
+    auto *row = static_cast<uint32_t *>(alloc_array_zeroed(need, sizeof(uint32_t)));
+    if (row == nullptr) return false;
+    KOVRADALT_OsFree(rec->row_colors);
+    rec->row_colors = row;
+    rec->row_colors_capacity = need;
+    return true;
+}
+
+// Writes output row `row` from the canvas through the regular writer.
+bool write_canvas_row(DALTI_GIFDecoderInfo *rec, uint8_t *out, int32_t row) {
+    rec->out_row = row;
+    rec->canvas_row = rec->canvas + static_cast<int64_t>(row) * rec->canvas_width;
+    return DALTI_WriteTheLine(rec, out) != 0;
+}
+
+// True when screen row y produces output row j under the row sampling rule.
+bool screen_row_gives(const DALTI_GIFDecoderInfo *rec, int32_t y, int64_t j) {
+    const OutputRows rows = output_rows_of(y, rec->first_out_row, rec->screen_height, rec->out_height);
+    return rows.count > 0 && rows.first == j;
+}
+
+// Output rows above the frame, from the canvas. Leaves next_out_row after the last one.
+bool write_rows_above(DALTI_GIFDecoderInfo *rec, uint8_t *out) {
+    const int64_t screen_h = rec->screen_height;
+    const int64_t above = (static_cast<int64_t>(rec->out_height) * rec->frame_top + screen_h / 2) / screen_h;
+    const auto rows = static_cast<int32_t>(std::min<int64_t>(above, rec->canvas_height));
+    rec->next_out_row = 0;
+    for (int32_t j = 0; j < rows; ++j) {
+        if (!write_canvas_row(rec, out, j)) return false;
+        rec->next_out_row = j + 1;
+    }
+    // The row just below them comes from the canvas too unless the frame's first screen row is
+    // the one that produces it.
+    if (rows > 0 && rows < rec->canvas_height && !screen_row_gives(rec, rec->frame_top, rows)) {
+        if (!write_canvas_row(rec, out, rows)) return false;
+        ++rec->next_out_row;
+    }
+    return true;
+}
+
+// Output rows below the frame, from the canvas, up to the caller's last row.
+bool write_rows_below(DALTI_GIFDecoderInfo *rec, uint8_t *out, int32_t out_rows) {
+    const int32_t last = std::min(out_rows, rec->canvas_height);
+    int32_t from;
+    if (rec->interlaced != 0) {
+        if (static_cast<int64_t>(rec->frame_top) + rec->frame_height >= rec->screen_height) return true;
+        from = rec->interlace_high_row;
+    } else {
+        from = rec->next_out_row;
+    }
+    for (int32_t j = std::max(from, 0); j < last; ++j) {
+        if (!write_canvas_row(rec, out, j)) return false;
+    }
+    return true;
+}
+
+int32_t seek_next_frame(KOVRADALT_DecInfo *dec, DALTI_GIFDecoderInfo *rec) {
+    if (DALTI_SeekImageData(nullptr, rec) != 0) {
+        dec->gif_total_delay = rec->frame_delay;
+        return 1;
+    }
+    dec->gif_total_delay = 0;
+    rec->frame_top = 0;
+    return 3;
+}
+
+bool covers_screen(const DALTI_GIFDecoderInfo *rec) {
+    return rec->frame_left == 0 && rec->frame_top == 0 && rec->frame_width >= rec->screen_width &&
+           rec->frame_height >= rec->screen_height;
+}
+
+}  // namespace
+
+extern "C" {
+
+KOVRA_API int32_t KOVRADALTI_DecodeGIF(KOVRADALT_DecInfo *dec, uint8_t *out, int32_t width, int32_t height) {
+    if (dec == nullptr || dec->gif_info == nullptr) return 0;
+    DALTI_GIFDecoderInfo *rec = dec->gif_info;
+    rec->frame_out = out;
+    if (!covers_screen(rec)) {
+        if (rec->output_format != KOVRADALT_FORMAT_INDEX8) return 0;
+        const uint32_t fill = rec->has_transparency != 0 ? static_cast<uint32_t>(rec->transparent_index) & 0xFFu
+                                                         : rec->background_index & 0xFFu;
+        if (out != nullptr && width > 0 && height > 0) {
+            std::memset(out, static_cast<int>(fill), static_cast<size_t>(width) * static_cast<size_t>(height));
+        }
+    }
+    rec->out_row = rec->frame_top;
+    return DALTI_DecodeGIFImage(dec->io, rec, out);
+}
+
+KOVRA_API int32_t KOVRADALTI_DecodeAGIF(KOVRADALT_DecInfo *dec, uint8_t *out, int32_t ignored, int32_t out_rows) {
+    (void)ignored;
+    if (dec == nullptr || dec->gif_info == nullptr) return 0;
+    DALTI_GIFDecoderInfo *rec = dec->gif_info;
+    rec->frame_out = out;
+    if (rec->screen_height < 1) return 0;
+    const bool frame_mode = rec->frame_mode != 0;
+    if (frame_mode) {
+        switch (prepare_canvas(rec)) {
+            case Canvas::kAllocationFailed:
+                // The record cannot go on without its canvas: it goes, and the host's link to it
+                // is cleared so that nothing can reach the freed record.
+                DALTI_DelGIFDecoderInfo(rec);
+                dec->gif_info = nullptr;
+                return 0;
+            case Canvas::kMismatch:
+                return 0;
+            case Canvas::kReady:
+                break;
+        }
+        if (!prepare_row_colors(rec) || rec->active_colors == nullptr) return 0;
+        if (!write_rows_above(rec, out)) return 0;
+    }
+    if (rec->interlaced != 0) rec->interlace_pass = 1;
+    rec->out_row = rec->frame_top;
+    rec->canvas_row = rec->row_colors;
+    rec->interlace_high_row = 0;
+    const int32_t decoded = DALTI_DecodeGIFImage(dec->io, rec, out);
+    if (frame_mode && !write_rows_below(rec, out, out_rows)) return 0;
+    if (decoded == 0) return 0;
+    return seek_next_frame(dec, rec);
+}
+
+KOVRA_API uint32_t *KOVRADALTI_SetDecodeAGIFBuffer(void *ignored_1, void *ignored_2, int32_t count) {
+    (void)ignored_1;
+    (void)ignored_2;
+    if (count > 4) return nullptr;
+    return static_cast<uint32_t *>(alloc_array_zeroed(count, sizeof(uint32_t)));
+}
+
+KOVRA_API int32_t KOVRADALTI_DecodeGIFIter(KOVRADALT_DecInfo *) { return 0; }
+KOVRA_API int32_t KOVRADALTI_DecodeGIFLine(KOVRADALT_DecInfo *) { return 0; }
+KOVRA_API int32_t KOVRADALTI_DecodeAGIFIter(KOVRADALT_DecInfo *) { return 0; }
+KOVRA_API int32_t KOVRADALTI_AbortGIFIter(KOVRADALT_DecInfo *) { return 0; }
+KOVRA_API int32_t KOVRADALTI_AborAGIF(KOVRADALT_DecInfo *) { return 0; }
+
+}  // extern "C"

@@ -1,0 +1,27 @@
+// Allocation helpers of the GIF decoder: zero-filled blocks whose sizes are computed in 64 bits
+// and refused when they do not fit the platform allocator's 32-bit size.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+
+#include "kovra_os.h"
+
+namespace kovra::gif {
+
+inline void *alloc_zeroed(uint64_t bytes) {
+    if (bytes > UINT32_MAX) return nullptr;
+    void *block = KOVRADALT_OsMalloc(static_cast<uint32_t>(bytes));
+    if (block != nullptr) std::memset(block, 0, static_cast<size_t>(bytes));
+    return block;
+}
+
+// count * size, or nothing when either is negative or the product does not fit in 32 bits.
+inline void *alloc_array_zeroed(int64_t count, uint64_t size) {
+    if (count < 0) return nullptr;
+    const uint64_t bytes = static_cast<uint64_t>(count) * size;  // both below 2^32: no wrap
+    if (static_cast<uint64_t>(count) > UINT32_MAX || size > UINT32_MAX) return nullptr;
+    return alloc_zeroed(bytes);
+}
+
+}  // namespace kovra::gif

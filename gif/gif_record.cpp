@@ -1,0 +1,100 @@
+// The GIF decoder record's life: creation of its owned blocks, destruction, and the queries a
+// host makes on it (colour count, transparency, delay, the active colour table).
+//
+// Every block is zero-filled when allocated, so a table the file never fills (the global table
+// of a file without one) holds zeros rather than whatever the allocator left.
+
+#include "gif/gif_alloc.h"
+#include "kovra_gif.h"
+#include "kovra_os.h"
+
+namespace {
+
+using kovra::gif::alloc_zeroed;
+
+constexpr uint32_t kColorTableBytes = DALTI_GIF_PALETTE_SLOTS * sizeof(uint32_t);
+
+template <typename T>
+bool allocate(T *&field, uint64_t bytes) {
+    field = static_cast<T *>(alloc_zeroed(bytes));
+    return field != nullptr;
+}
+
+template <typename T>
+void release(T *&field) {
+    KOVRADALT_OsFree(field);
+    field = nullptr;
+}
+
+void swap_red_blue(uint32_t *colors, uint32_t count) {
+    if (count > DALTI_GIF_PALETTE_SLOTS) count = DALTI_GIF_PALETTE_SLOTS;
+    for (uint32_t i = 0; i < count; ++i) {
+        const uint32_t word = colors[i];
+        colors[i] = (word & 0xFF00FF00u) | ((word & 0xFFu) << 16) | ((word >> 16) & 0xFFu);
+    }
+}
+
+}  // namespace
+
+extern "C" {
+
+KOVRA_API int32_t DALTI_CreateGIFDecoderInfo(DALTI_GIFDecoderInfo *rec) {
+    if (rec == nullptr) return 0;
+    if (!allocate(rec->input, sizeof(DALTI_GIFInput))) return 0;
+    if (!allocate(rec->input->buffer, DALTI_GIF_INPUT_CAPACITY)) return 0;
+    if (!allocate(rec->global_colors, kColorTableBytes)) return 0;
+    if (!allocate(rec->local_colors, kColorTableBytes)) return 0;
+    if (!allocate(rec->lzw, sizeof(DALTI_LZWTables))) return 0;
+    if (!allocate(rec->lzw->prefix, DALTI_LZW_TABLE_SIZE * sizeof(uint32_t))) return 0;
+    if (!allocate(rec->lzw->suffix, DALTI_LZW_TABLE_SIZE)) return 0;
+    if (!allocate(rec->lzw->length, DALTI_LZW_TABLE_SIZE * sizeof(uint32_t))) return 0;
+    return 1;
+}
+
+KOVRA_API void DALTI_DelGIFDecoderInfo(DALTI_GIFDecoderInfo *rec) {
+    if (rec == nullptr) return;
+    if (rec->input != nullptr) {
+        release(rec->input->buffer);
+        release(rec->input);
+    }
+    release(rec->line_buffer);
+    release(rec->aux_buffer);
+    release(rec->global_colors);
+    release(rec->local_colors);
+    release(rec->canvas);
+    release(rec->row_colors);
+    if (rec->lzw != nullptr) {
+        release(rec->lzw->prefix);
+        release(rec->lzw->suffix);
+        release(rec->lzw->length);
+        release(rec->lzw);
+    }
+    KOVRADALT_OsFree(rec);
+}
+
+KOVRA_API int32_t KOVRADALTI_DeleteGIFInfo(KOVRADALT_DecInfo *dec) {
+    if (dec != nullptr) DALTI_DelGIFDecoderInfo(dec->gif_info);
+    return 1;
+}
+
+KOVRA_API int32_t KOVRADALTI_GetColorInfo(KOVRADALT_DecInfo *dec, uint32_t *count_out, int32_t *transparent_out,
+                                          uint32_t *delay_out) {
+    if (dec == nullptr || dec->gif_info == nullptr) return 0;
+    const DALTI_GIFDecoderInfo *rec = dec->gif_info;
+    if (transparent_out != nullptr) *transparent_out = rec->transparent_index;
+    if (count_out != nullptr) *count_out = rec->active_color_count;
+    if (delay_out != nullptr) *delay_out = rec->frame_delay;
+    return 1;
+}
+
+KOVRA_API uint32_t *KOVRADALTI_GetColorMap(KOVRADALT_DecInfo *dec) {
+    if (dec == nullptr || dec->gif_info == nullptr) return nullptr;
+    DALTI_GIFDecoderInfo *rec = dec->gif_info;
+    // Done on every call: a second call gives the original byte order back.
+    if (dec->output_format == KOVRADALT_FORMAT_BGRA32 && rec->active_colors != nullptr) {
+        swap_red_blue(rec->active_colors, rec->active_color_count);
+    }
+    return rec->active_colors;
+}
+
+}  // extern "C"
