@@ -34,7 +34,7 @@ private:
 
 }  // namespace
 
-Bytes lzw_encode(const Bytes &indexes, int min_code_size) {
+Bytes lzw_encode(const Bytes &indexes, int min_code_size, bool clear_when_full) {
     // The decoder adds a table entry after every code but the first after a clear, so its table
     // runs one entry behind this one: it widens when this side's next code passes 1 << width.
     const uint32_t clear = 1u << min_code_size;
@@ -61,7 +61,7 @@ Bytes lzw_encode(const Bytes &indexes, int min_code_size) {
         fresh = false;
         if (next < 4096) table[{current, c}] = next++;
         if (next > (1u << width) && width < 12) ++width;
-        if (next == 4096) {
+        if (next == 4096 && clear_when_full) {
             out.put(clear, width);
             table.clear();
             width = min_code_size + 1;
@@ -71,7 +71,7 @@ Bytes lzw_encode(const Bytes &indexes, int min_code_size) {
         current = c;
     }
     out.put(current, width);
-    if (!fresh && next == (1u << width) && width < 12) ++width;
+    if (!fresh && next < 4096 && next == (1u << width) && width < 12) ++width;
     out.put(end, width);
     return out.finish();
 }

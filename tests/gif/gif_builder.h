@@ -16,8 +16,9 @@ struct Rgb {
     uint8_t r, g, b;
 };
 
-// GIF LZW of `indexes` with the given minimum code size (every index must fit in it).
-Bytes lzw_encode(const Bytes &indexes, int min_code_size);
+// GIF LZW of `indexes` with the given minimum code size (every index must fit in it). With
+// clear_when_full false a full table is kept (no entries added, 12-bit codes) instead of cleared.
+Bytes lzw_encode(const Bytes &indexes, int min_code_size, bool clear_when_full = true);
 
 // One code of a hand-made stream, with the width the decoder will read it at.
 struct Code {
