@@ -11,5 +11,6 @@ using Arguments = std::vector<std::string>;
 
 int run_info(const Arguments &args);
 int run_exif_thumb(const Arguments &args);
+int run_decode(const Arguments &args);
 
 }  // namespace kovra::tool

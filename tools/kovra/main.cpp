@@ -3,6 +3,8 @@
 //   kovra info [--exif] [--json] FILE...   type, width, height, file size, frames and delays of each file,
 //                                          and with --exif its EXIF record
 //   kovra exif-thumb FILE -o OUT.jpg   the JPEG thumbnail of a file's EXIF block
+//   kovra decode FILE -o DIR [--sample N] [--format rgba|bgra|index]
+//                                          every frame of a GIF as a PNG in DIR, with the frame delays
 
 #include <cstdio>
 #include <cstring>
@@ -20,6 +22,8 @@ struct Command {
 constexpr Command kCommands[] = {
     {"info", kovra::tool::run_info, "info [--exif] [--json] FILE...  type, size, frames, delays (and EXIF)"},
     {"exif-thumb", kovra::tool::run_exif_thumb, "exif-thumb FILE -o OUT.jpg   write the EXIF thumbnail"},
+    {"decode", kovra::tool::run_decode, "decode FILE -o DIR [--sample N] [--format rgba|bgra|index]\n"
+                                        "                      every frame of a GIF as a PNG, with its delay"},
 };
 
 int usage(FILE *out) {

@@ -1,0 +1,33 @@
+#!/usr/bin/env bash
+# check_decode.sh KOVRA SAMPLES_DIR: `kovra decode` writes one PNG per frame of each sample GIF,
+# prints the delays, and refuses bad arguments and non-GIF files.
+set -euo pipefail
+kovra=$1 samples=$2
+out=$(mktemp -d)
+trap 'rm -rf "$out"' EXIT
+status=0
+fail() { echo "$*"; status=1; }
+
+is_png() { [ "$(head -c 8 "$1" | od -An -tx1 | tr -d ' \n')" = "89504e470d0a1a0a" ]; }
+
+log=$("$kovra" decode "$samples/animated-red-blue.gif" -o "$out/rgba")
+for i in 000 001 002 003; do
+  is_png "$out/rgba/animated-red-blue-$i.png" || fail "frame $i of animated-red-blue.gif missing or not a PNG"
+done
+[ -e "$out/rgba/animated-red-blue-004.png" ] && fail "animated-red-blue.gif has four frames, a fifth was written"
+grep -q "frame 1: delay 200 ms" <<<"$log" || fail "expected the second frame's delay of 200 ms, got: $log"
+grep -q "4 frames written" <<<"$log" || fail "expected 4 frames, got: $log"
+
+for format in bgra index; do
+  "$kovra" decode "$samples/hippopotamus.interlaced.gif" -o "$out/$format" --format "$format" --sample 3 >/dev/null
+  is_png "$out/$format/hippopotamus.interlaced-000.png" || fail "--format $format wrote no PNG"
+done
+log=$("$kovra" decode "$samples/ad.gif" -o "$out/ad" --sample 4)
+grep -q "output 4 x 2" <<<"$log" || fail "ad.gif at sample 4 should be 4 x 2, got: $log"
+
+for bad in "--sample 0" "--format rgb" "-o" ""; do
+  # shellcheck disable=SC2086
+  if "$kovra" decode "$samples/ad.gif" $bad >/dev/null 2>&1; then fail "kovra decode accepted '$bad'"; fi
+done
+if "$kovra" decode "$samples/hat.wbmp" -o "$out/x" >/dev/null 2>&1; then fail "kovra decode accepted a WBMP"; fi
+exit $status
