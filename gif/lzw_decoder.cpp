@@ -5,24 +5,44 @@
 // frame_width indexes to the row writer (line_writer.cpp, or frame_composer.cpp in frame mode).
 //
 // Buffers: everything lives in the GIF record and is allocated before decoding starts; nothing is
-// allocated per frame or per code. A code's string is written straight into line_buffer, last
-// byte first, by walking the prefix chain for `length` steps, so no output stack is needed. A
-// string may run past the row's end into the line buffer's 4096 spare bytes; that overflow is
-// moved to the buffer's start once the row has been written, and becomes the next row's head.
-// Every string must end within screen_width + 4096 bytes (the buffer has one spare byte beyond
-// that for the byte a "code not yet in the table" appends); a frame wider than that cannot be
-// decoded and fails at once.
+// allocated per frame or per code. A code's string is written straight into line_buffer at the
+// current position, last byte first, by walking its prefix chain for `length` steps, so no output
+// stack is needed. A string may run past the row's end into the line buffer's 4096 spare bytes;
+// that overflow is moved to the buffer's start once the row has been written, and becomes the
+// next row's head. Every string must end within screen_width + 4096 bytes; a frame wider than that
+// cannot be decoded and fails at once.
+//
+// The translation table is the record's lzw_entries: each code's prefix, suffix and length (the
+// values the step functions keep in DALTI_LZWTables) side by side, plus `head`, the first eight
+// bytes of the string. A string of up to eight bytes is then written with one 8-byte store and a
+// longer one walks its chain only down to those eight; the store may write up to seven bytes past
+// the string's end, into positions no string has reached yet (the buffer has room for them). A
+// head is kept only while it is certain to be the string's bytes: for roots, and for entries
+// built on an entry of the current run of codes (since the last clear code) that has one. An entry
+// built on a code beyond the table reaches into strings that later codes may overwrite; it has no
+// head ("exact" 0) and is always walked byte by byte, as are entries built on it.
 //
 // Codes: clear = 1 << min_code_size, end = clear + 1; the width starts at min_code_size + 1 and
 // grows when the next free code reaches 1 << width, up to 12 bits. A code at or beyond the next
 // free code repeats the previous string plus its first byte (the previous code is replaced by
 // code 0 when it is itself beyond the table). A zero-length sub-block does not end the data: the
 // next byte is read as a further sub-block size. Decoding stops after frame_height rows, at an
-// end code (the partial row is written once) or when the input runs out.
+// end code (the partial row is written once, with whatever the line buffer holds after the
+// position) or when the input runs out.
 //
-// What it leaves behind: the input record points at the first byte the decoder did not consume;
-// bits still held in the bit accumulator are dropped and the sub-block structure is forgotten.
+// What it leaves behind: the input record points just past the last byte that held bits of a
+// code taken; bits still held are dropped and the sub-block structure is forgotten. (The bit
+// reader loads up to eight bytes of a sub-block at a time, and gives back the whole bytes it
+// loaded ahead when it saves the input, so the saved position is the same as if it had taken one
+// byte at a time.)
+//
+// Speed: the loop's state lives in local variables, so that the compiler can keep it in registers
+// although the line buffer's byte stores could alias any memory; sub-block changes, row output
+// and the rare codes leave the loop through out-of-line paths.
 
+#include <algorithm>
+#include <bit>
+#include <cstddef>
 #include <cstring>
 
 #include "gif/gif_input.h"
@@ -32,66 +52,72 @@ namespace {
 
 using kovra::gif::refill_input;
 
+constexpr uint32_t kMaxCodeWidth = 12;
+constexpr uint32_t kHeadBytes = 8;
+
 enum class Fill { kOk, kFailed, kInputEnded };
 
-constexpr uint32_t kMaxCodeWidth = 12;
+inline uint64_t load_le64(const uint8_t *p) {
+    uint64_t v;
+    std::memcpy(&v, p, 8);
+    if constexpr (std::endian::native == std::endian::big) v = __builtin_bswap64(v);
+    return v;
+}
 
-// Bit reader over the data sub-blocks, least significant bit first. Bytes are taken one at a time
-// only when the accumulator holds fewer bits than the next code needs, so the read position is
-// exactly past the last byte that contributed to a code.
-class CodeReader {
-public:
-    CodeReader(KOVRADALT_IO *io, DALTI_GIFInput *input)
-        : io_(io), buffer_(input->buffer), p_(input->next), in_buffer_(input->avail) {}
+inline void store_le64(uint8_t *p, uint64_t v) {
+    if constexpr (std::endian::native == std::endian::big) v = __builtin_bswap64(v);
+    std::memcpy(p, &v, 8);
+}
 
-    Fill need(int32_t width) {
-        while (bits_ < width) {
-            if (block_left_ == 0) {
-                const Fill opened = open_block();
-                if (opened != Fill::kOk) return opened;
-                continue;
-            }
-            acc_ |= static_cast<uint32_t>(*p_++) << bits_;
-            bits_ += 8;
-            --block_left_;
-            --in_buffer_;
-        }
-        return Fill::kOk;
-    }
-
-    uint32_t take(int32_t width, uint32_t mask) {
-        const uint32_t code = acc_ & mask;
-        acc_ >>= width;
-        bits_ -= width;
-        return code;
-    }
-
-    void save(DALTI_GIFInput *input) const {
-        input->avail = in_buffer_;
-        input->next = p_;
-    }
-
-private:
-    // Reads a sub-block size; the whole sub-block and the byte after it must then be buffered.
-    Fill open_block() {
-        const int32_t size = *p_++;
-        --in_buffer_;
-        if (in_buffer_ < size + 1) {
-            if (refill_input(buffer_, io_, &in_buffer_, &p_) == 0) return Fill::kFailed;
-            if (in_buffer_ < size + 1) return Fill::kInputEnded;
-        }
-        block_left_ = size;
-        return Fill::kOk;
-    }
-
-    KOVRADALT_IO *io_;
-    uint8_t *buffer_;
-    uint8_t *p_;
-    int32_t in_buffer_;       // bytes from p_ to the end of the buffered data
-    int32_t block_left_ = 0;  // bytes of the current sub-block not yet taken
-    uint32_t acc_ = 0;
-    int32_t bits_ = 0;        // 0..19
+// The bit reader between codes: bytes [p, block_end) of the current sub-block are not loaded yet;
+// [p, data_end) is everything buffered. Bits of acc above `bits` are zero or copies of bytes not
+// yet counted (an 8-byte load counts only the bytes that fit).
+struct BitReader {
+    uint8_t *p;
+    uint8_t *block_end;
+    uint8_t *data_end;
+    uint64_t acc;
+    int32_t bits;
 };
+
+// Reads a sub-block size; the whole sub-block and the byte after it must then be buffered.
+Fill open_block(BitReader &r, uint8_t *buffer, KOVRADALT_IO *io) {
+    const int32_t size = *r.p++;
+    int32_t in_buffer = static_cast<int32_t>(r.data_end - r.p);
+    if (in_buffer < size + 1) {
+        if (refill_input(buffer, io, &in_buffer, &r.p) == 0) {
+            r.data_end = r.p + in_buffer;
+            r.block_end = r.p;
+            return Fill::kFailed;
+        }
+        r.data_end = r.p + in_buffer;
+        if (in_buffer < size + 1) {
+            r.block_end = r.p;
+            return Fill::kInputEnded;
+        }
+    }
+    r.block_end = r.p + size;
+    return Fill::kOk;
+}
+
+// Loads bytes until `width` bits are held, opening sub-blocks as needed.
+[[gnu::noinline]] Fill fill_bits(BitReader &r, int32_t width, uint8_t *buffer, KOVRADALT_IO *io) {
+    while (r.bits < width) {
+        if (r.block_end - r.p >= 8) {
+            const int32_t n = (63 - r.bits) >> 3;
+            r.acc |= load_le64(r.p) << r.bits;
+            r.p += n;
+            r.bits += 8 * n;
+        } else if (r.p < r.block_end) {
+            r.acc |= static_cast<uint64_t>(*r.p++) << r.bits;
+            r.bits += 8;
+        } else {
+            const Fill opened = open_block(r, buffer, io);
+            if (opened != Fill::kOk) return opened;
+        }
+    }
+    return Fill::kOk;
+}
 
 // Brings at least one byte into the input and moves the unread bytes to the buffer's start.
 bool prime_input(DALTI_GIFInput *input) {
@@ -103,140 +129,221 @@ bool prime_input(DALTI_GIFInput *input) {
     return true;
 }
 
-// Writes the `length` bytes of `code`'s string so that its last byte lands at end[-1].
-inline void write_string(uint8_t *end, uint32_t code, const uint32_t *prefix, const uint8_t *suffix,
-                         uint32_t length) {
-    for (uint32_t i = 0; i < length; ++i) {
-        *--end = suffix[code];
-        code = prefix[code];
+// Roots (and the clear and end codes) get their one-byte strings. Entries [end + 1, used) may hold
+// strings of an earlier frame and are cleared; the rest of the table is clear already.
+void reset_table(DALTI_GIFDecoderInfo *rec) {
+    DALTI_LZWEntry *const table = rec->lzw_entries;
+    const uint32_t end_code = (1u << rec->lzw_min_code_size) + 1;
+    for (uint32_t code = 0; code <= end_code; ++code) {
+        table[code] = DALTI_LZWEntry{code & 0xFFu, 1, 0, static_cast<uint8_t>(code), 1};
     }
+    const uint32_t used = std::min<uint32_t>(rec->lzw_table_used, DALTI_LZW_TABLE_SIZE);
+    if (used > end_code + 1) std::memset(table + end_code + 1, 0, (used - (end_code + 1)) * sizeof(DALTI_LZWEntry));
+    rec->lzw_table_used = end_code + 1;
+}
+
+// Writes an entry with two 8-byte stores.
+inline void store_entry(DALTI_LZWEntry *entry, uint64_t head, uint32_t length, uint32_t prefix, uint8_t suffix,
+                        bool exact) {
+    static_assert(sizeof(DALTI_LZWEntry) == 16 && offsetof(DALTI_LZWEntry, length) == 8 &&
+                  offsetof(DALTI_LZWEntry, prefix) == 12 && offsetof(DALTI_LZWEntry, suffix) == 14 &&
+                  offsetof(DALTI_LZWEntry, exact) == 15);
+    if constexpr (std::endian::native == std::endian::little) {
+        const uint64_t rest = length | (static_cast<uint64_t>(prefix & 0xFFFFu) << 32) |
+                              (static_cast<uint64_t>(suffix) << 48) | (static_cast<uint64_t>(exact ? 1 : 0) << 56);
+        uint64_t words[2] = {head, rest};
+        std::memcpy(entry, words, sizeof words);
+    } else {
+        *entry = DALTI_LZWEntry{head, length, static_cast<uint16_t>(prefix), suffix, static_cast<uint8_t>(exact ? 1 : 0)};
+    }
+}
+
+// Writes `length` bytes of code's string ending at end[-1], walking the chain byte by byte.
+inline void walk_string(const DALTI_LZWEntry *table, uint32_t code, uint8_t *end, uint32_t length) {
+    for (uint32_t i = 0; i < length; ++i) {
+        *--end = table[code].suffix;
+        code = table[code].prefix;
+    }
+}
+
+// Writes code's string at dst (it has been checked to fit); returns its first byte.
+inline uint8_t write_string(const DALTI_LZWEntry *table, uint32_t code, uint8_t *dst) {
+    const DALTI_LZWEntry &e = table[code];
+    const uint32_t length = e.length;
+    if (e.exact != 0) [[likely]] {
+        if (length > kHeadBytes) {
+            // The tail byte by byte down to the head; the head's own chain is not needed.
+            walk_string(table, code, dst + length, length - kHeadBytes);
+        }
+        store_le64(dst, e.head);
+        return static_cast<uint8_t>(e.head);
+    }
+    walk_string(table, code, dst + length, length);
+    return dst[0];
 }
 
 class FrameDecoder {
 public:
-    FrameDecoder(KOVRADALT_IO *io, DALTI_GIFDecoderInfo *rec, uint8_t *out)
-        : io_(io), rec_(rec), out_(out), input_(rec->input), reader_(io, rec->input) {}
-
+    FrameDecoder(KOVRADALT_IO *io, DALTI_GIFDecoderInfo *rec, uint8_t *out) : io_(io), rec_(rec), out_(out) {}
     int32_t run();
 
 private:
-    // Reads one code of the current width; false when the input failed or ended (result_ set).
-    bool read_code(uint32_t &code) {
-        const Fill filled = reader_.need(width_);
-        if (filled == Fill::kOk) {
-            code = reader_.take(width_, mask_);
-            return true;
-        }
-        reader_.save(input_);
-        result_ = (filled == Fill::kInputEnded && io_ != nullptr && io_->position == io_->size) ? 1 : 0;
-        return false;
-    }
-
-    // Reads codes until one is not the clear code.
-    bool read_code_after_clears(uint32_t &code) {
-        do {
-            if (!read_code(code)) return false;
-        } while (code == clear_);
-        return true;
-    }
-
-    int32_t finish(int32_t result) {
-        reader_.save(input_);
-        return result;
-    }
-
     bool write_row() {
         return (rec_->frame_mode != 0 ? DALTI_MakeFrameLineBuffer(rec_) : DALTI_WriteTheLine(rec_, out_)) != 0;
-    }
-
-    void reset_width() {
-        width_ = rec_->lzw_min_code_size + 1;
-        mask_ = (1u << width_) - 1;
-        next_free_ = clear_ + 2;
     }
 
     KOVRADALT_IO *io_;
     DALTI_GIFDecoderInfo *rec_;
     uint8_t *out_;
-    DALTI_GIFInput *input_;
-    CodeReader reader_;
-    uint32_t clear_ = 0;
-    int32_t width_ = 0;
-    uint32_t mask_ = 0;
-    uint32_t next_free_ = 0;
-    int32_t result_ = 0;
 };
 
 int32_t FrameDecoder::run() {
-    DALTI_LZWTables *tables = rec_->lzw;
-    uint32_t *const prefix = tables->prefix;
-    uint8_t *const suffix = tables->suffix;
-    uint32_t *const length = tables->length;
+    DALTI_GIFInput *const input = rec_->input;
+    uint8_t *const buffer = input->buffer;
+    DALTI_LZWEntry *const table = rec_->lzw_entries;
     uint8_t *const line = rec_->line_buffer;
-    const int64_t limit = rec_->line_buffer_size;
+    uint8_t *const line_end = line + rec_->line_buffer_size;  // no string may end beyond it
     const int32_t frame_width = rec_->frame_width;
     const int32_t frame_height = rec_->frame_height;
+    const int32_t min_code_size = rec_->lzw_min_code_size;
+    const uint32_t clear = 1u << min_code_size;
+    const uint32_t end_code = clear + 1;
 
-    clear_ = 1u << rec_->lzw_min_code_size;
-    const uint32_t end_code = clear_ + 1;
-    reset_width();
+    // The bit reader, as scalars (see BitReader).
+    uint8_t *p = input->next;
+    uint8_t *block_end = p;
+    uint8_t *data_end = p + input->avail;
+    uint64_t acc = 0;
+    int32_t bits = 0;
 
-    uint32_t code = 0;
-    if (!read_code_after_clears(code)) return result_;
+    int32_t width = min_code_size + 1;
+    uint32_t mask = (1u << width) - 1;
+    uint32_t next_free = clear + 2;
+    uint32_t grow_at = 1u << width;   // the width grows when next_free reaches it
+    uint32_t table_high = next_free;  // highest next free code before the last clear
+    int32_t result = 0;
+    // Until the decode ends normally, every entry counts as possibly filled.
+    rec_->lzw_table_used = DALTI_LZW_TABLE_SIZE;
+
+    auto note_table = [&]() { rec_->lzw_table_used = std::max(next_free, table_high); };
+    // Saving right after a code was taken: whole bytes loaded ahead go back to the input.
+    auto finish = [&](int32_t value) {
+        const int32_t ahead = bits >> 3;
+        input->next = p - ahead;
+        input->avail = static_cast<int32_t>(data_end - p) + ahead;
+        note_table();
+        return value;
+    };
+    // Makes `width` bits available; false when the input failed or ended (result set, input saved).
+    auto fill = [&]() -> bool {
+        BitReader r{p, block_end, data_end, acc, bits};
+        const Fill filled = fill_bits(r, width, buffer, io_);
+        p = r.p;
+        block_end = r.block_end;
+        data_end = r.data_end;
+        acc = r.acc;
+        bits = r.bits;
+        if (filled == Fill::kOk) return true;
+        // Every loaded bit is needed here, so nothing was loaded ahead.
+        input->next = p;
+        input->avail = static_cast<int32_t>(data_end - p);
+        note_table();
+        result = (filled == Fill::kInputEnded && io_ != nullptr && io_->position == io_->size) ? 1 : 0;
+        return false;
+    };
+    auto take = [&]() -> uint32_t {
+        const auto code = static_cast<uint32_t>(acc) & mask;
+        acc >>= width;
+        bits -= width;
+        return code;
+    };
+
+    uint32_t code;
+    do {
+        if (!fill()) return result;
+        code = take();
+    } while (code == clear);
     if (code == end_code) return finish(1);
-    int32_t pos = rec_->line_start;
-    line[pos++] = static_cast<uint8_t>(code);
+    uint8_t *dst = line + rec_->line_start;
+    *dst++ = static_cast<uint8_t>(code);
     uint32_t prev = code;
     uint8_t first = static_cast<uint8_t>(code);
     if (frame_height < 1) return finish(1);
 
+    uint8_t *const row_end = line + frame_width;
     int32_t rows = 0;
     for (;;) {
-        while (pos >= frame_width) {
-            if (!write_row()) return finish(0);
-            const int32_t overflow = pos - frame_width;
-            if (overflow > 0 && frame_width > 0) std::memmove(line, line + frame_width, static_cast<size_t>(overflow));
-            pos = overflow;
-            if (++rows >= frame_height) return finish(1);
+        if (dst >= row_end) [[unlikely]] {
+            int32_t pos = static_cast<int32_t>(dst - line);
+            do {
+                if (!write_row()) return finish(0);
+                const int32_t overflow = pos - frame_width;
+                if (overflow > 0 && frame_width > 0) {
+                    std::memmove(line, line + frame_width, static_cast<size_t>(overflow));
+                }
+                pos = overflow;
+                if (++rows >= frame_height) return finish(1);
+            } while (pos >= frame_width);
+            dst = line + pos;
         }
-        if (!read_code(code)) return result_;
+        // Topping the accumulator up on every code while the sub-block has eight bytes left keeps
+        // this branch predictable; near a sub-block's end bytes come one at a time.
+        if (block_end - p >= 8) [[likely]] {
+            const int32_t n = (63 - bits) >> 3;
+            acc |= load_le64(p) << bits;
+            p += n;
+            bits += 8 * n;
+        } else if (bits < width && !fill()) {
+            return result;
+        }
+        code = take();
 
-        if (code == clear_) {
-            reset_width();
-            if (!read_code_after_clears(code)) return result_;
+        if (code < next_free && code - clear > 1) [[likely]] {
+            // A root or a table entry (code - clear wraps round for a root).
+            const uint32_t length = table[code].length;
+            if (length - 1 >= static_cast<size_t>(line_end - dst)) return 0;  // also refuses length 0
+            first = write_string(table, code, dst);
+            dst += length;
+        } else if (code == clear) {
+            table_high = std::max(table_high, next_free);
+            width = min_code_size + 1;
+            mask = (1u << width) - 1;
+            next_free = clear + 2;
+            grow_at = 1u << width;
+            do {
+                if (!fill()) return result;
+                code = take();
+            } while (code == clear);
             if (code == end_code) return finish(1);
-            line[pos++] = static_cast<uint8_t>(code);
+            *dst++ = static_cast<uint8_t>(code);
             prev = code;
             first = static_cast<uint8_t>(code);
             continue;
-        }
-        if (code == end_code) return finish(write_row() ? 1 : 0);
-
-        if (code < next_free_) {
-            const uint32_t len = length[code];
-            const int64_t end = static_cast<int64_t>(pos) + len;
-            if (end < 1 || end > limit) return 0;
-            write_string(line + end, code, prefix, suffix, len);
-            first = line[pos];
-            pos = static_cast<int32_t>(end);
+        } else if (code == end_code) {
+            return finish(write_row() ? 1 : 0);
         } else {
             // Not yet in the table: the previous string again, plus its first byte.
-            const uint32_t base = prev < next_free_ ? prev : 0;
-            const uint32_t len = length[base];
-            const int64_t end = static_cast<int64_t>(pos) + len;
-            if (end < 1 || end > limit) return 0;
-            write_string(line + end, base, prefix, suffix, len);
-            line[end] = first;
-            pos = static_cast<int32_t>(end + 1);
+            const uint32_t base = prev < next_free ? prev : 0;
+            const uint32_t length = table[base].length;
+            if (length == 0 || length > static_cast<size_t>(line_end - dst)) return 0;
+            write_string(table, base, dst);
+            dst[length] = first;
+            dst += length + 1;
         }
-        if (next_free_ < DALTI_LZW_TABLE_SIZE) {
-            prefix[next_free_] = prev;
-            suffix[next_free_] = first;
-            length[next_free_] = length[prev] + 1;
-            ++next_free_;
-            if (static_cast<uint32_t>(width_) < kMaxCodeWidth && next_free_ == (1u << width_)) {
-                ++width_;
-                mask_ = (1u << width_) - 1;
+        if (next_free < DALTI_LZW_TABLE_SIZE) {
+            // The new entry is prev's string plus `first`. Its head is known when prev's is and prev
+            // belongs to this run of codes.
+            const DALTI_LZWEntry &base = table[prev];
+            const uint32_t base_length = base.length;
+            const bool exact = base.exact != 0 && prev < next_free;
+            uint64_t head = base.head;
+            if (base_length < kHeadBytes) head |= static_cast<uint64_t>(first) << (8 * base_length);
+            store_entry(table + next_free, exact ? head : 0, base_length + 1, prev, first, exact);
+            ++next_free;
+            if (next_free == grow_at && static_cast<uint32_t>(width) < kMaxCodeWidth) {
+                ++width;
+                mask = (1u << width) - 1;
+                grow_at <<= 1;
             }
         }
         prev = code;
@@ -244,11 +351,9 @@ int32_t FrameDecoder::run() {
 }
 
 bool record_can_decode(const DALTI_GIFDecoderInfo *rec) {
-    const DALTI_LZWTables *tables = rec->lzw;
-    if (tables == nullptr || tables->prefix == nullptr || tables->suffix == nullptr || tables->length == nullptr) {
+    if (rec->lzw_entries == nullptr || rec->line_buffer == nullptr || !kovra::gif::input_is_sound(rec->input)) {
         return false;
     }
-    if (rec->line_buffer == nullptr || !kovra::gif::input_is_sound(rec->input)) return false;
     // A row must fit in the line buffer, and the first index must land inside it.
     return rec->frame_width <= rec->line_buffer_size && rec->line_start >= 0 &&
            rec->line_start < rec->line_buffer_size;
@@ -260,7 +365,7 @@ extern "C" KOVRA_API int32_t DALTI_DecodeGIFImage(KOVRADALT_IO *io, DALTI_GIFDec
     if (rec == nullptr) return 0;
     if (rec->lzw_min_code_size > 11 || rec->lzw_min_code_size < 0) return 0;
     if (!record_can_decode(rec)) return 0;
-    DALTI_InitializeTransTBL(rec->lzw_min_code_size, rec->lzw);
+    reset_table(rec);
     if (!prime_input(rec->input)) return 0;
     FrameDecoder decoder(io, rec, out);
     return decoder.run();

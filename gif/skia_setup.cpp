@@ -19,6 +19,7 @@ namespace {
 using namespace kovra::gif;
 
 constexpr int32_t kHeaderBytes = 13;
+constexpr int32_t kLineSpareBytes = 8;
 
 void set_output_size(DALTI_GIFDecoderInfo *rec, int32_t out_width, int32_t out_height) {
     rec->out_width = out_width;
@@ -33,12 +34,14 @@ void set_output_size(DALTI_GIFDecoderInfo *rec, int32_t out_width, int32_t out_h
     }
 }
 
-// A new line buffer of screen_width + 4096 bytes, plus the spare byte the LZW decoder may write.
+// A new line buffer of screen_width + 4096 bytes, plus the spare bytes the LZW decoder may write
+// beyond the last string (the byte a "code not yet in the table" appends, and the rest of an
+// 8-byte store).
 bool renew_line_buffer(DALTI_GIFDecoderInfo *rec) {
     KOVRADALT_OsFree(rec->line_buffer);
     rec->line_buffer_size = 0;
     const int64_t size = static_cast<int64_t>(std::max(rec->screen_width, 0)) + DALTI_GIF_LINE_SLACK;
-    rec->line_buffer = static_cast<uint8_t *>(alloc_zeroed(static_cast<uint64_t>(size) + 1));
+    rec->line_buffer = static_cast<uint8_t *>(alloc_zeroed(static_cast<uint64_t>(size) + kLineSpareBytes));
     if (rec->line_buffer == nullptr) return false;
     rec->line_buffer_size = static_cast<int32_t>(size);
     return true;

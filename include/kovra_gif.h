@@ -38,7 +38,8 @@ typedef struct DALTI_GIFInput {
     KOVRADALT_IO *source;  /* not owned */
 } DALTI_GIFInput;
 
-/* The LZW translation table: a code's string is its prefix's string followed by its suffix. */
+/* The LZW translation table of the step functions: a code's string is its prefix's string
+ * followed by its suffix. */
 typedef struct DALTI_LZWTables {
     uint32_t *prefix;  /* 4096 codes, owned */
     uint8_t *suffix;   /* 4096 bytes, owned */
@@ -76,7 +77,7 @@ typedef struct DALTI_GIFDecoderInfo {
     DALTI_LZWTables *lzw;          /* owned */
     int32_t output_format;         /* 7 RGBA, 8 BGRA, 13 palette index */
     int32_t line_start;            /* where a decoded line starts in line_buffer (0) */
-    uint8_t *line_buffer;          /* screen_width + 4096 palette indexes (plus one spare), owned */
+    uint8_t *line_buffer;          /* screen_width + 4096 palette indexes (plus 8 spare bytes), owned */
     DALTI_GIFInput *input;         /* owned */
 
     int32_t out_width;             /* output size after reduction */
@@ -103,12 +104,24 @@ typedef struct DALTI_GIFDecoderInfo {
     int32_t row_colors_capacity;   /* colour words in row_colors */
     int32_t canvas_width;          /* canvas geometry when it was allocated */
     int32_t canvas_height;
+    struct DALTI_LZWEntry *lzw_entries; /* the frame decoder's own table, 4096 entries, owned */
+    uint32_t lzw_table_used;       /* entries an earlier decode may have filled */
 } DALTI_GIFDecoderInfo;
+
+/* One entry of the frame decoder's table: the LZW tables' prefix, suffix and length for a code,
+ * plus the first bytes of its string, kept while they are known to be its bytes. */
+typedef struct DALTI_LZWEntry {
+    uint64_t head;     /* the string's first min(length, 8) bytes, first byte lowest (when exact) */
+    uint32_t length;
+    uint16_t prefix;
+    uint8_t suffix;
+    uint8_t exact;     /* 1: head is valid and the prefix chain holds only strings of this run of codes */
+} DALTI_LZWEntry;
 
 /* ---- Record, header and colour tables ---- */
 
-/* Allocates the input record and buffer, both colour tables and the LZW tables into a
- * zero-filled record; stops at the first failure, leaving what it allocated for the destructor. */
+/* Allocates the input record and buffer, both colour tables, the LZW tables and the frame
+ * decoder's table into a zero-filled record; stops at the first failure, leaving what it allocated for the destructor. */
 KOVRA_API int32_t DALTI_CreateGIFDecoderInfo(DALTI_GIFDecoderInfo *rec);
 /* Reads the header and global table from offset 0 of rec's input source. A zero screen size
  * also destroys rec. */

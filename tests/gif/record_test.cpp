@@ -190,7 +190,7 @@ TEST(GifHeader, ParseGIFHeaderDestroysTheRecordOnAZeroSize) {
 }
 
 TEST(GifRecord, CreationFailsCleanlyAtEveryAllocation) {
-    for (long successes = 0; successes < 8; ++successes) {
+    for (long successes = 0; successes < 9; ++successes) {
         auto *rec = static_cast<DALTI_GIFDecoderInfo *>(KOVRADALT_OsMalloc(sizeof(DALTI_GIFDecoderInfo)));
         std::memset(rec, 0, sizeof *rec);
         {

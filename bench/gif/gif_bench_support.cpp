@@ -1,0 +1,31 @@
+#include "gif_bench_support.h"
+
+#include "kovra_gif.h"
+
+namespace kovra::bench {
+
+DecodeCount decode_gif_rgba(const std::vector<uint8_t> &bytes, int32_t sample_size) {
+    DecodeCount count;
+    KOVRADALT_DecInfo *dec = KOVRADALT_CreateDecInfo(IO_KIND_MEMORY, const_cast<uint8_t *>(bytes.data()),
+                                                     static_cast<int32_t>(bytes.size()), KOVRADALT_FORMAT_RGBA32, 0);
+    if (dec == nullptr) return count;
+    int animated = 1;
+    if (KOVRADALTI_ParseGIFHeader_SKIA(dec->io, dec, sample_size, &animated) == 1) {
+        const DALTI_GIFDecoderInfo *rec = dec->gif_info;
+        const int32_t height = rec->out_height;
+        const int64_t frame_pixels = static_cast<int64_t>(rec->out_width) * height;
+        std::vector<uint8_t> out(static_cast<size_t>(height) * rec->out_stride);
+        for (int32_t result = 1; result == 1;) {
+            result = KOVRADALTI_DecodeAGIF(dec, out.data(), 0, height);
+            if (result == 0) break;
+            ++count.frames;
+            count.pixels += frame_pixels;
+            count.checksum = count.checksum * 31u + out[out.size() / 2];
+        }
+    }
+    if (dec->gif_info != nullptr) KOVRADALTI_DeleteGIFInfo(dec);
+    KOVRADALT_DestroyDecInfo(dec);
+    return count;
+}
+
+}  // namespace kovra::bench
