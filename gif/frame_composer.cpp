@@ -9,8 +9,8 @@
 //   disposal 2 (restore background): the row shows the same, and the canvas entry is cleared to
 //                                  GIF_COLOR_UNSET when the frame has transparency, else to white;
 //   otherwise: c goes to the row and the canvas; a transparent pixel shows the canvas.
-// The composed row is kept in canvas_row (row_colors) and converted with format 7's regular
-// packing or format 8's frame-path packing (color_words.h). Screen rows at or below the screen's
+// The composed row goes straight into the output with format 7's regular packing or format 8's
+// frame-path packing (color_words.h), canvas columns included. Screen rows at or below the screen's
 // bottom and frames starting at or right of its right edge are dropped without stepping out_row.
 
 #include <algorithm>
@@ -27,11 +27,21 @@ namespace {
 using namespace kovra::gif;
 
 enum class Disposal { kKeep, kRestorePrevious, kRestoreBackground };
+enum class Packing { kNone, kRgba, kFrameBgra };
 
 struct RowSpan {
     int32_t first_col;  // first output column inside the frame
     int32_t end_col;    // first output column right of it
 };
+
+template <Packing kPacking>
+inline void put(uint8_t *dst, int32_t k, uint32_t word) {
+    if constexpr (kPacking == Packing::kRgba) {
+        store_le32(dst + 4 * k, rgba_pixel(word));
+    } else if constexpr (kPacking == Packing::kFrameBgra) {
+        store_le32(dst + 4 * k, frame_bgra_pixel(word));
+    }
+}
 
 template <Disposal kDisposal, bool kTransparency>
 inline uint32_t compose(uint8_t index, uint32_t *canvas_px, const uint32_t *colors, int32_t transparent) {
@@ -46,51 +56,62 @@ inline uint32_t compose(uint8_t index, uint32_t *canvas_px, const uint32_t *colo
     return shown;
 }
 
-template <Disposal kDisposal, bool kTransparency>
-void compose_span(const DALTI_GIFDecoderInfo *rec, const RowSpan &span, uint32_t *canvas_line, uint32_t *row) {
+// One output row: canvas columns around the frame's span, composed pixels inside it. The composed
+// row goes straight to the output; the canvas takes what the disposal method leaves.
+template <Disposal kDisposal, bool kTransparency, Packing kPacking>
+void compose_row(const DALTI_GIFDecoderInfo *rec, const RowSpan &span, uint32_t *canvas_line, uint8_t *dst) {
+    const int32_t out_w = rec->row_out_width;
+    for (int32_t k = 0; k < span.first_col; ++k) put<kPacking>(dst, k, canvas_line[k]);
     const uint8_t *line = rec->line_buffer;
     const uint32_t *colors = rec->active_colors;
     const int32_t transparent = rec->transparent_index;
-    const int64_t left = rec->frame_left;
-    if (rec->screen_width == rec->row_out_width) {
+    if (rec->screen_width == out_w) {
         // Same width: output column k is screen column k, and the span starts at frame_left.
-        uint32_t *row_px = row + span.first_col;
-        uint32_t *canvas_px = canvas_line + span.first_col;
-        const int32_t count = span.end_col - span.first_col;
-        for (int32_t i = 0; i < count; ++i) {
-            row_px[i] = compose<kDisposal, kTransparency>(line[i], canvas_px + i, colors, transparent);
+        for (int32_t k = span.first_col, i = 0; k < span.end_col; ++k, ++i) {
+            put<kPacking>(dst, k, compose<kDisposal, kTransparency>(line[i], canvas_line + k, colors, transparent));
         }
-        return;
+    } else {
+        const int64_t left = rec->frame_left;
+        ColumnWalk walk(span.first_col, rec->screen_width, out_w);
+        for (int32_t k = span.first_col; k < span.end_col; ++k) {
+            const uint8_t index = line[walk.x() - left];
+            put<kPacking>(dst, k, compose<kDisposal, kTransparency>(index, canvas_line + k, colors, transparent));
+            walk.next();
+        }
     }
-    ColumnWalk walk(span.first_col, rec->screen_width, rec->row_out_width);
-    for (int32_t k = span.first_col; k < span.end_col; ++k) {
-        row[k] = compose<kDisposal, kTransparency>(line[walk.x() - left], canvas_line + k, colors, transparent);
-        walk.next();
+    for (int32_t k = span.end_col; k < out_w; ++k) put<kPacking>(dst, k, canvas_line[k]);
+}
+
+using RowComposer = void (*)(const DALTI_GIFDecoderInfo *, const RowSpan &, uint32_t *, uint8_t *);
+
+template <Disposal kDisposal, bool kTransparency>
+RowComposer composer_for_packing(Packing packing) {
+    switch (packing) {
+        case Packing::kRgba: return compose_row<kDisposal, kTransparency, Packing::kRgba>;
+        case Packing::kFrameBgra: return compose_row<kDisposal, kTransparency, Packing::kFrameBgra>;
+        default: return compose_row<kDisposal, kTransparency, Packing::kNone>;
     }
 }
 
-using SpanComposer = void (*)(const DALTI_GIFDecoderInfo *, const RowSpan &, uint32_t *, uint32_t *);
-
-SpanComposer composer_for(const DALTI_GIFDecoderInfo *rec) {
+RowComposer composer_for(const DALTI_GIFDecoderInfo *rec, Packing packing) {
     const bool transparency = rec->has_transparency != 0;
     switch (rec->disposal_method) {
         case 2:
-            return transparency ? compose_span<Disposal::kRestoreBackground, true>
-                                : compose_span<Disposal::kRestoreBackground, false>;
+            return transparency ? composer_for_packing<Disposal::kRestoreBackground, true>(packing)
+                                : composer_for_packing<Disposal::kRestoreBackground, false>(packing);
         case 3:
-            return transparency ? compose_span<Disposal::kRestorePrevious, true>
-                                : compose_span<Disposal::kRestorePrevious, false>;
+            return transparency ? composer_for_packing<Disposal::kRestorePrevious, true>(packing)
+                                : composer_for_packing<Disposal::kRestorePrevious, false>(packing);
         default:
-            return transparency ? compose_span<Disposal::kKeep, true> : compose_span<Disposal::kKeep, false>;
+            return transparency ? composer_for_packing<Disposal::kKeep, true>(packing)
+                                : composer_for_packing<Disposal::kKeep, false>(packing);
     }
 }
 
-void write_frame_row(const DALTI_GIFDecoderInfo *rec, const uint32_t *row, int32_t count, uint8_t *dst) {
-    if (rec->output_format == KOVRADALT_FORMAT_RGBA32) {
-        for (int32_t k = 0; k < count; ++k) store_le32(dst + 4 * k, rgba_pixel(row[k]));
-    } else if (rec->output_format == KOVRADALT_FORMAT_BGRA32) {
-        for (int32_t k = 0; k < count; ++k) store_le32(dst + 4 * k, frame_bgra_pixel(row[k]));
-    }
+Packing packing_of(int32_t format) {
+    if (format == KOVRADALT_FORMAT_RGBA32) return Packing::kRgba;
+    if (format == KOVRADALT_FORMAT_BGRA32) return Packing::kFrameBgra;
+    return Packing::kNone;
 }
 
 // True when the record's buffers can hold every row this call may touch.
@@ -100,10 +121,7 @@ bool frame_buffers_fit(const DALTI_GIFDecoderInfo *rec) {
         return false;
     }
     if (out_w > rec->canvas_width) return false;
-    if (rec->frame_left < 0 || std::min<int64_t>(rec->frame_width, rec->screen_width) > rec->line_buffer_size) {
-        return false;
-    }
-    return words_available(rec, rec->canvas_row, out_w) == out_w;
+    return rec->frame_left >= 0 && std::min<int64_t>(rec->frame_width, rec->screen_width) <= rec->line_buffer_size;
 }
 
 }  // namespace
@@ -117,19 +135,21 @@ extern "C" KOVRA_API int32_t DALTI_MakeFrameLineBuffer(DALTI_GIFDecoderInfo *rec
     RowSpan span{first_column_at(rec->frame_left, screen_w, out_w), first_column_at(right, screen_w, out_w)};
     if (span.end_col < span.first_col) span.end_col = span.first_col;
     const OutputRows rows = output_rows_of(rec->out_row, rec->first_out_row, rec->screen_height, rec->out_height);
-    const SpanComposer compose_row = composer_for(rec);
-    uint32_t *row = rec->canvas_row;
+    const Packing packing = packing_of(rec->output_format);
+    const RowComposer with_output = composer_for(rec, packing);
+    const RowComposer canvas_only = composer_for(rec, Packing::kNone);
+    const int64_t row_bytes = packing == Packing::kNone ? 0 : static_cast<int64_t>(out_w) * 4;
     bool wrote = false;
     for (int32_t r = 0; r < rows.count; ++r) {
         const int64_t j = rows.first + r;
         if (j < 0 || j >= rec->canvas_height) break;
         uint32_t *canvas_line = rec->canvas + j * rec->canvas_width;
-        std::memcpy(row, canvas_line, static_cast<size_t>(span.first_col) * sizeof(uint32_t));
-        compose_row(rec, span, canvas_line, row);
-        std::memcpy(row + span.end_col, canvas_line + span.end_col,
-                    static_cast<size_t>(out_w - span.end_col) * sizeof(uint32_t));
-        uint8_t *dst = output_row(rec, rec->frame_out, j, static_cast<int64_t>(out_w) * 4);
-        if (dst != nullptr) write_frame_row(rec, row, out_w, dst);
+        uint8_t *dst = output_row(rec, rec->frame_out, j, row_bytes);
+        if (dst != nullptr) {
+            with_output(rec, span, canvas_line, dst);
+        } else {
+            canvas_only(rec, span, canvas_line, nullptr);
+        }
         rec->next_out_row = static_cast<int32_t>(j + 1);
         wrote = true;
     }

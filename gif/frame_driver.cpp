@@ -33,7 +33,8 @@ Canvas prepare_canvas(DALTI_GIFDecoderInfo *rec) {
     }
     if (rec->out_width < 1 || rec->out_height < 1 || rec->row_out_width != rec->out_width) return Canvas::kMismatch;
     const int64_t words = static_cast<int64_t>(rec->out_width) * rec->out_height;
-    auto *canvas = static_cast<uint32_t *>(alloc_array_zeroed(words, sizeof(uint32_t)));
+    if (words > static_cast<int64_t>(UINT32_MAX / sizeof(uint32_t))) return Canvas::kAllocationFailed;
+    auto *canvas = static_cast<uint32_t *>(KOVRADALT_OsMalloc(static_cast<uint32_t>(words * sizeof(uint32_t))));
     if (canvas == nullptr) return Canvas::kAllocationFailed;
     const uint32_t fill = rec->has_transparency != 0 ? GIF_COLOR_UNSET : kCanvasWhite;
     std::fill(canvas, canvas + words, fill);

@@ -16,12 +16,13 @@
 // values the step functions keep in DALTI_LZWTables) side by side, plus `head`, the first eight
 // bytes of the string. A string of up to eight bytes is then written with one 8-byte store and a
 // longer one walks its chain only down to those eight; the store may write up to seven bytes past
-// the string's end, into positions no string has reached yet (the buffer has room for them). A
-// head is kept only while it is certain to be the string's bytes: for roots, and for entries
-// built on an entry of the current run of codes (since the last clear code) that has one. An entry
-// built on a code beyond the table reaches into strings that later codes may overwrite; it has no
-// head ("exact" 0) and is always walked byte by byte, as are entries built on it.
-//
+// the string's end, into positions no string has reached yet (the buffer has room for them).
+// Heads are exact as long as every code refers to the current run of codes (since the last clear
+// code), which a well-formed stream always does. A code beyond the table, or one that follows a
+// clear code without being a root, makes later entries refer to strings that later codes may
+// overwrite; from there to the end of the frame the decoder walks every string byte by byte
+// through the prefix chain, which gives exactly the strings the table holds at that moment.
+
 // Codes: clear = 1 << min_code_size, end = clear + 1; the width starts at min_code_size + 1 and
 // grows when the next free code reaches 1 << width, up to 12 bits. A code at or beyond the next
 // free code repeats the previous string plus its first byte (the previous code is replaced by
@@ -135,27 +136,11 @@ void reset_table(DALTI_GIFDecoderInfo *rec) {
     DALTI_LZWEntry *const table = rec->lzw_entries;
     const uint32_t end_code = (1u << rec->lzw_min_code_size) + 1;
     for (uint32_t code = 0; code <= end_code; ++code) {
-        table[code] = DALTI_LZWEntry{code & 0xFFu, 1, 0, static_cast<uint8_t>(code), 1};
+        table[code] = DALTI_LZWEntry{code & 0xFFu, 1, 0, static_cast<uint8_t>(code), 0};
     }
     const uint32_t used = std::min<uint32_t>(rec->lzw_table_used, DALTI_LZW_TABLE_SIZE);
     if (used > end_code + 1) std::memset(table + end_code + 1, 0, (used - (end_code + 1)) * sizeof(DALTI_LZWEntry));
     rec->lzw_table_used = end_code + 1;
-}
-
-// Writes an entry with two 8-byte stores.
-inline void store_entry(DALTI_LZWEntry *entry, uint64_t head, uint32_t length, uint32_t prefix, uint8_t suffix,
-                        bool exact) {
-    static_assert(sizeof(DALTI_LZWEntry) == 16 && offsetof(DALTI_LZWEntry, length) == 8 &&
-                  offsetof(DALTI_LZWEntry, prefix) == 12 && offsetof(DALTI_LZWEntry, suffix) == 14 &&
-                  offsetof(DALTI_LZWEntry, exact) == 15);
-    if constexpr (std::endian::native == std::endian::little) {
-        const uint64_t rest = length | (static_cast<uint64_t>(prefix & 0xFFFFu) << 32) |
-                              (static_cast<uint64_t>(suffix) << 48) | (static_cast<uint64_t>(exact ? 1 : 0) << 56);
-        uint64_t words[2] = {head, rest};
-        std::memcpy(entry, words, sizeof words);
-    } else {
-        *entry = DALTI_LZWEntry{head, length, static_cast<uint16_t>(prefix), suffix, static_cast<uint8_t>(exact ? 1 : 0)};
-    }
 }
 
 // Writes `length` bytes of code's string ending at end[-1], walking the chain byte by byte.
@@ -167,74 +152,131 @@ inline void walk_string(const DALTI_LZWEntry *table, uint32_t code, uint8_t *end
 }
 
 // Writes code's string at dst (it has been checked to fit); returns its first byte.
+template <bool kCareful>
 inline uint8_t write_string(const DALTI_LZWEntry *table, uint32_t code, uint8_t *dst) {
     const DALTI_LZWEntry &e = table[code];
     const uint32_t length = e.length;
-    if (e.exact != 0) [[likely]] {
-        if (length > kHeadBytes) {
+    if constexpr (kCareful) {
+        walk_string(table, code, dst + length, length);
+        return dst[0];
+    } else {
+        if (length > kHeadBytes) [[unlikely]] {
             // The tail byte by byte down to the head; the head's own chain is not needed.
             walk_string(table, code, dst + length, length - kHeadBytes);
         }
         store_le64(dst, e.head);
         return static_cast<uint8_t>(e.head);
     }
-    walk_string(table, code, dst + length, length);
-    return dst[0];
 }
+
+// Everything a decode loop hands on: the bit reader, the code state and the line position.
+struct DecodeState {
+    BitReader reader;
+    int32_t width;
+    uint32_t next_free;
+    uint32_t grow_at;     // the width grows when next_free reaches it
+    uint32_t table_high;  // highest next free code before the last clear
+    uint32_t prev;
+    uint8_t first;        // first byte of prev's string
+    uint8_t *dst;         // where the next string goes
+    int32_t rows;         // rows written so far
+    uint32_t pending;     // a code taken but not yet handled (careful loop only)
+    bool has_pending;
+};
+
+enum class LoopEnd { kDone, kCareful };
 
 class FrameDecoder {
 public:
-    FrameDecoder(KOVRADALT_IO *io, DALTI_GIFDecoderInfo *rec, uint8_t *out) : io_(io), rec_(rec), out_(out) {}
+    FrameDecoder(KOVRADALT_IO *io, DALTI_GIFDecoderInfo *rec, uint8_t *out)
+        : io_(io), rec_(rec), out_(out), input_(rec->input), table_(rec->lzw_entries), line_(rec->line_buffer),
+          line_end_(rec->line_buffer + rec->line_buffer_size), clear_(1u << rec->lzw_min_code_size) {}
     int32_t run();
 
 private:
+    template <bool kCareful>
+    LoopEnd loop(DecodeState &s);
+
     bool write_row() {
         return (rec_->frame_mode != 0 ? DALTI_MakeFrameLineBuffer(rec_) : DALTI_WriteTheLine(rec_, out_)) != 0;
+    }
+    void note_table(const DecodeState &s) { rec_->lzw_table_used = std::max(s.next_free, s.table_high); }
+    // Saving right after a code was taken: whole bytes loaded ahead go back to the input.
+    int32_t finish(const DecodeState &s, int32_t value) {
+        const int32_t ahead = s.reader.bits >> 3;
+        input_->next = s.reader.p - ahead;
+        input_->avail = static_cast<int32_t>(s.reader.data_end - s.reader.p) + ahead;
+        note_table(s);
+        return value;
+    }
+    // The input failed or ended while a code was wanted; every loaded bit was needed, so nothing
+    // was loaded ahead.
+    int32_t input_stopped(const DecodeState &s, Fill why) {
+        input_->next = s.reader.p;
+        input_->avail = static_cast<int32_t>(s.reader.data_end - s.reader.p);
+        note_table(s);
+        return (why == Fill::kInputEnded && io_ != nullptr && io_->position == io_->size) ? 1 : 0;
     }
 
     KOVRADALT_IO *io_;
     DALTI_GIFDecoderInfo *rec_;
     uint8_t *out_;
+    DALTI_GIFInput *input_;
+    DALTI_LZWEntry *table_;
+    uint8_t *line_;
+    uint8_t *line_end_;  // no string may end beyond it
+    uint32_t clear_;
+    int32_t result_ = 0;
 };
 
-int32_t FrameDecoder::run() {
-    DALTI_GIFInput *const input = rec_->input;
-    uint8_t *const buffer = input->buffer;
-    DALTI_LZWEntry *const table = rec_->lzw_entries;
-    uint8_t *const line = rec_->line_buffer;
-    uint8_t *const line_end = line + rec_->line_buffer_size;  // no string may end beyond it
+// One decode loop. The fast one (kCareful false) relies on heads and leaves with kCareful at the
+// first code that could make a head wrong; the careful one walks every string.
+template <bool kCareful>
+LoopEnd FrameDecoder::loop(DecodeState &s) {
+    DALTI_LZWEntry *const table = table_;
+    uint8_t *const line = line_;
+    uint8_t *const line_end = line_end_;
+    const uint32_t clear = clear_;
+    const uint32_t end_code = clear + 1;
+    const int32_t min_code_size = rec_->lzw_min_code_size;
     const int32_t frame_width = rec_->frame_width;
     const int32_t frame_height = rec_->frame_height;
-    const int32_t min_code_size = rec_->lzw_min_code_size;
-    const uint32_t clear = 1u << min_code_size;
-    const uint32_t end_code = clear + 1;
+    uint8_t *const row_end = line + frame_width;
+    uint8_t *const buffer = input_->buffer;
 
-    // The bit reader, as scalars (see BitReader).
-    uint8_t *p = input->next;
-    uint8_t *block_end = p;
-    uint8_t *data_end = p + input->avail;
-    uint64_t acc = 0;
-    int32_t bits = 0;
-
-    int32_t width = min_code_size + 1;
+    // Local copies, so that the compiler can keep them in registers.
+    uint8_t *p = s.reader.p;
+    uint8_t *block_end = s.reader.block_end;
+    uint8_t *data_end = s.reader.data_end;
+    uint64_t acc = s.reader.acc;
+    int32_t bits = s.reader.bits;
+    int32_t width = s.width;
     uint32_t mask = (1u << width) - 1;
-    uint32_t next_free = clear + 2;
-    uint32_t grow_at = 1u << width;   // the width grows when next_free reaches it
-    uint32_t table_high = next_free;  // highest next free code before the last clear
-    int32_t result = 0;
-    // Until the decode ends normally, every entry counts as possibly filled.
-    rec_->lzw_table_used = DALTI_LZW_TABLE_SIZE;
+    uint32_t next_free = s.next_free;
+    uint32_t grow_at = s.grow_at;
+    uint32_t table_high = s.table_high;
+    uint32_t prev = s.prev;
+    uint8_t first = s.first;
+    uint8_t *dst = s.dst;
+    int32_t rows = s.rows;
 
-    auto note_table = [&]() { rec_->lzw_table_used = std::max(next_free, table_high); };
-    // Saving right after a code was taken: whole bytes loaded ahead go back to the input.
-    auto finish = [&](int32_t value) {
-        const int32_t ahead = bits >> 3;
-        input->next = p - ahead;
-        input->avail = static_cast<int32_t>(data_end - p) + ahead;
-        note_table();
-        return value;
+    auto save = [&]() {
+        s.reader = BitReader{p, block_end, data_end, acc, bits};
+        s.width = width;
+        s.next_free = next_free;
+        s.grow_at = grow_at;
+        s.table_high = table_high;
+        s.prev = prev;
+        s.first = first;
+        s.dst = dst;
+        s.rows = rows;
     };
-    // Makes `width` bits available; false when the input failed or ended (result set, input saved).
+    auto done = [&](int32_t value) {
+        save();
+        result_ = finish(s, value);
+        return LoopEnd::kDone;
+    };
+    // Makes `width` bits available through the slow path; false when the input stopped.
     auto fill = [&]() -> bool {
         BitReader r{p, block_end, data_end, acc, bits};
         const Fill filled = fill_bits(r, width, buffer, io_);
@@ -244,11 +286,8 @@ int32_t FrameDecoder::run() {
         acc = r.acc;
         bits = r.bits;
         if (filled == Fill::kOk) return true;
-        // Every loaded bit is needed here, so nothing was loaded ahead.
-        input->next = p;
-        input->avail = static_cast<int32_t>(data_end - p);
-        note_table();
-        result = (filled == Fill::kInputEnded && io_ != nullptr && io_->position == io_->size) ? 1 : 0;
+        save();
+        result_ = input_stopped(s, filled);
         return false;
     };
     auto take = [&]() -> uint32_t {
@@ -258,51 +297,47 @@ int32_t FrameDecoder::run() {
         return code;
     };
 
-    uint32_t code;
-    do {
-        if (!fill()) return result;
-        code = take();
-    } while (code == clear);
-    if (code == end_code) return finish(1);
-    uint8_t *dst = line + rec_->line_start;
-    *dst++ = static_cast<uint8_t>(code);
-    uint32_t prev = code;
-    uint8_t first = static_cast<uint8_t>(code);
-    if (frame_height < 1) return finish(1);
-
-    uint8_t *const row_end = line + frame_width;
-    int32_t rows = 0;
+    uint32_t code = 0;
+    bool have_code = false;
+    if constexpr (kCareful) {
+        have_code = s.has_pending;
+        code = s.pending;
+        s.has_pending = false;
+    }
     for (;;) {
-        if (dst >= row_end) [[unlikely]] {
-            int32_t pos = static_cast<int32_t>(dst - line);
-            do {
-                if (!write_row()) return finish(0);
-                const int32_t overflow = pos - frame_width;
-                if (overflow > 0 && frame_width > 0) {
-                    std::memmove(line, line + frame_width, static_cast<size_t>(overflow));
-                }
-                pos = overflow;
-                if (++rows >= frame_height) return finish(1);
-            } while (pos >= frame_width);
-            dst = line + pos;
+        if (!have_code) {
+            if (dst >= row_end) [[unlikely]] {
+                int32_t pos = static_cast<int32_t>(dst - line);
+                do {
+                    if (!write_row()) return done(0);
+                    const int32_t overflow = pos - frame_width;
+                    if (overflow > 0 && frame_width > 0) {
+                        std::memmove(line, line + frame_width, static_cast<size_t>(overflow));
+                    }
+                    pos = overflow;
+                    if (++rows >= frame_height) return done(1);
+                } while (pos >= frame_width);
+                dst = line + pos;
+            }
+            // Topping the accumulator up on every code while the sub-block has eight bytes left
+            // keeps this branch predictable; near a sub-block's end bytes come one at a time.
+            if (block_end - p >= 8) [[likely]] {
+                const int32_t n = (63 - bits) >> 3;
+                acc |= load_le64(p) << bits;
+                p += n;
+                bits += 8 * n;
+            } else if (bits < width && !fill()) {
+                return LoopEnd::kDone;
+            }
+            code = take();
         }
-        // Topping the accumulator up on every code while the sub-block has eight bytes left keeps
-        // this branch predictable; near a sub-block's end bytes come one at a time.
-        if (block_end - p >= 8) [[likely]] {
-            const int32_t n = (63 - bits) >> 3;
-            acc |= load_le64(p) << bits;
-            p += n;
-            bits += 8 * n;
-        } else if (bits < width && !fill()) {
-            return result;
-        }
-        code = take();
+        have_code = false;
 
         if (code < next_free && code - clear > 1) [[likely]] {
             // A root or a table entry (code - clear wraps round for a root).
             const uint32_t length = table[code].length;
-            if (length - 1 >= static_cast<size_t>(line_end - dst)) return 0;  // also refuses length 0
-            first = write_string(table, code, dst);
+            if (length - 1 >= static_cast<size_t>(line_end - dst)) return done(0);  // also refuses length 0
+            first = write_string<kCareful>(table, code, dst);
             dst += length;
         } else if (code == clear) {
             table_high = std::max(table_high, next_free);
@@ -311,34 +346,49 @@ int32_t FrameDecoder::run() {
             next_free = clear + 2;
             grow_at = 1u << width;
             do {
-                if (!fill()) return result;
+                if (!fill()) return LoopEnd::kDone;
                 code = take();
             } while (code == clear);
-            if (code == end_code) return finish(1);
+            if (code == end_code) return done(1);
             *dst++ = static_cast<uint8_t>(code);
             prev = code;
             first = static_cast<uint8_t>(code);
+            if (!kCareful && code >= next_free) {
+                // Not a root: the next entry is built on a string of an earlier run of codes.
+                save();
+                return LoopEnd::kCareful;
+            }
             continue;
         } else if (code == end_code) {
-            return finish(write_row() ? 1 : 0);
+            const bool written = write_row();
+            return done(written ? 1 : 0);
         } else {
+            if (!kCareful && code != next_free) {
+                // Beyond the table: handled by the careful loop.
+                save();
+                s.pending = code;
+                s.has_pending = true;
+                return LoopEnd::kCareful;
+            }
             // Not yet in the table: the previous string again, plus its first byte.
             const uint32_t base = prev < next_free ? prev : 0;
             const uint32_t length = table[base].length;
-            if (length == 0 || length > static_cast<size_t>(line_end - dst)) return 0;
-            write_string(table, base, dst);
+            if (length - 1 >= static_cast<size_t>(line_end - dst)) return done(0);
+            write_string<kCareful>(table, base, dst);
             dst[length] = first;
             dst += length + 1;
         }
         if (next_free < DALTI_LZW_TABLE_SIZE) {
-            // The new entry is prev's string plus `first`. Its head is known when prev's is and prev
-            // belongs to this run of codes.
+            // The new entry is prev's string plus `first`.
             const DALTI_LZWEntry &base = table[prev];
             const uint32_t base_length = base.length;
-            const bool exact = base.exact != 0 && prev < next_free;
             uint64_t head = base.head;
             if (base_length < kHeadBytes) head |= static_cast<uint64_t>(first) << (8 * base_length);
-            store_entry(table + next_free, exact ? head : 0, base_length + 1, prev, first, exact);
+            DALTI_LZWEntry &entry = table[next_free];
+            entry.head = kCareful ? 0 : head;
+            entry.length = base_length + 1;
+            entry.prefix = static_cast<uint16_t>(prev);
+            entry.suffix = first;
             ++next_free;
             if (next_free == grow_at && static_cast<uint32_t>(width) < kMaxCodeWidth) {
                 ++width;
@@ -348,6 +398,39 @@ int32_t FrameDecoder::run() {
         }
         prev = code;
     }
+}
+
+int32_t FrameDecoder::run() {
+    const int32_t min_code_size = rec_->lzw_min_code_size;
+    const uint32_t end_code = clear_ + 1;
+    DecodeState s{};
+    s.reader = BitReader{input_->next, input_->next, input_->next + input_->avail, 0, 0};
+    s.width = min_code_size + 1;
+    s.next_free = clear_ + 2;
+    s.grow_at = 1u << s.width;
+    s.table_high = s.next_free;
+    // Until the decode ends normally, every entry counts as possibly filled.
+    rec_->lzw_table_used = DALTI_LZW_TABLE_SIZE;
+
+    // The first code: clear codes before it are skipped.
+    uint32_t code;
+    do {
+        const Fill filled = fill_bits(s.reader, s.width, input_->buffer, io_);
+        if (filled != Fill::kOk) return input_stopped(s, filled);
+        code = static_cast<uint32_t>(s.reader.acc) & ((1u << s.width) - 1);
+        s.reader.acc >>= s.width;
+        s.reader.bits -= s.width;
+    } while (code == clear_);
+    if (code == end_code) return finish(s, 1);
+    s.dst = line_ + rec_->line_start;
+    *s.dst++ = static_cast<uint8_t>(code);
+    s.prev = code;
+    s.first = static_cast<uint8_t>(code);
+    if (rec_->frame_height < 1) return finish(s, 1);
+
+    // A first code that is not a root starts the careful loop at once.
+    if (code >= s.next_free || loop<false>(s) == LoopEnd::kCareful) loop<true>(s);
+    return result_;
 }
 
 bool record_can_decode(const DALTI_GIFDecoderInfo *rec) {

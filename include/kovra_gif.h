@@ -108,14 +108,14 @@ typedef struct DALTI_GIFDecoderInfo {
     uint32_t lzw_table_used;       /* entries an earlier decode may have filled */
 } DALTI_GIFDecoderInfo;
 
-/* One entry of the frame decoder's table: the LZW tables' prefix, suffix and length for a code,
- * plus the first bytes of its string, kept while they are known to be its bytes. */
+/* One entry of the frame decoder's table: the LZW tables' prefix, suffix and length for a code
+ * side by side, and the first bytes of its string. */
 typedef struct DALTI_LZWEntry {
-    uint64_t head;     /* the string's first min(length, 8) bytes, first byte lowest (when exact) */
+    uint64_t head;     /* the string's first min(length, 8) bytes, first byte lowest */
     uint32_t length;
     uint16_t prefix;
     uint8_t suffix;
-    uint8_t exact;     /* 1: head is valid and the prefix chain holds only strings of this run of codes */
+    uint8_t unused;
 } DALTI_LZWEntry;
 
 /* ---- Record, header and colour tables ---- */

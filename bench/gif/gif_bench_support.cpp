@@ -1,5 +1,7 @@
 #include "gif_bench_support.h"
 
+#include <memory>
+
 #include "kovra_gif.h"
 
 namespace kovra::bench {
@@ -14,13 +16,15 @@ DecodeCount decode_gif_rgba(const std::vector<uint8_t> &bytes, int32_t sample_si
         const DALTI_GIFDecoderInfo *rec = dec->gif_info;
         const int32_t height = rec->out_height;
         const int64_t frame_pixels = static_cast<int64_t>(rec->out_width) * height;
-        std::vector<uint8_t> out(static_cast<size_t>(height) * rec->out_stride);
+        // Like a host's frame buffer: allocated, not cleared (every byte is written per frame).
+        const size_t bytes = static_cast<size_t>(height) * rec->out_stride;
+        std::unique_ptr<uint8_t[]> out(new uint8_t[bytes]);
         for (int32_t result = 1; result == 1;) {
-            result = KOVRADALTI_DecodeAGIF(dec, out.data(), 0, height);
+            result = KOVRADALTI_DecodeAGIF(dec, out.get(), 0, height);
             if (result == 0) break;
             ++count.frames;
             count.pixels += frame_pixels;
-            count.checksum = count.checksum * 31u + out[out.size() / 2];
+            count.checksum = count.checksum * 31u + out[bytes / 2];
         }
     }
     if (dec->gif_info != nullptr) KOVRADALTI_DeleteGIFInfo(dec);
