@@ -22,7 +22,20 @@ namespace {
 
 using namespace kovra::gif;
 
-enum class Canvas { kReady, kAllocationFailed, kMismatch };
+enum class Canvas { kReady, kReadyUnfilled, kAllocationFailed, kMismatch };
+
+uint32_t canvas_start_word(const DALTI_GIFDecoderInfo *rec) {
+    return rec->has_transparency != 0 ? GIF_COLOR_UNSET : kCanvasWhite;
+}
+
+// A first frame that covers the whole screen row after row, opaque, and leaves itself in the
+// canvas (or clears it to white) writes every canvas word before any is read, so the canvas need
+// not be filled first; only the rows it leaves unwritten (a short decode) are filled afterwards.
+bool first_frame_fills_canvas(const DALTI_GIFDecoderInfo *rec) {
+    return rec->frame_left == 0 && rec->frame_top == 0 && rec->frame_width >= rec->screen_width &&
+           rec->frame_height >= rec->screen_height && rec->interlaced == 0 && rec->has_transparency == 0 &&
+           rec->disposal_method != 3;
+}
 
 // Creates the canvas on the first frame; refuses a canvas whose size no longer matches.
 Canvas prepare_canvas(DALTI_GIFDecoderInfo *rec) {
@@ -36,11 +49,11 @@ Canvas prepare_canvas(DALTI_GIFDecoderInfo *rec) {
     if (words > static_cast<int64_t>(UINT32_MAX / sizeof(uint32_t))) return Canvas::kAllocationFailed;
     auto *canvas = static_cast<uint32_t *>(KOVRADALT_OsMalloc(static_cast<uint32_t>(words * sizeof(uint32_t))));
     if (canvas == nullptr) return Canvas::kAllocationFailed;
-    const uint32_t fill = rec->has_transparency != 0 ? GIF_COLOR_UNSET : kCanvasWhite;
-    std::fill(canvas, canvas + words, fill);
     rec->canvas = canvas;
     rec->canvas_width = rec->out_width;
     rec->canvas_height = rec->out_height;
+    if (first_frame_fills_canvas(rec)) return Canvas::kReadyUnfilled;
+    std::fill(canvas, canvas + words, canvas_start_word(rec));
     return Canvas::kReady;
 }
 
@@ -146,7 +159,9 @@ KOVRA_API int32_t KOVRADALTI_DecodeAGIF(KOVRADALT_DecInfo *dec, uint8_t *out, in
     rec->frame_out = out;
     if (rec->screen_height < 1) return 0;
     const bool frame_mode = rec->frame_mode != 0;
+    bool canvas_unfilled = false;
     if (frame_mode) {
+        if (!prepare_row_colors(rec) || rec->active_colors == nullptr) return 0;
         switch (prepare_canvas(rec)) {
             case Canvas::kAllocationFailed:
                 // The record cannot go on without its canvas: it goes, and the host's link to it
@@ -156,10 +171,13 @@ KOVRA_API int32_t KOVRADALTI_DecodeAGIF(KOVRADALT_DecInfo *dec, uint8_t *out, in
                 return 0;
             case Canvas::kMismatch:
                 return 0;
+            case Canvas::kReadyUnfilled:
+                canvas_unfilled = true;
+                break;
             case Canvas::kReady:
                 break;
         }
-        if (!prepare_row_colors(rec) || rec->active_colors == nullptr) return 0;
+        // (No rows lie above a frame that fills the canvas.)
         if (!write_rows_above(rec, out)) return 0;
     }
     if (rec->interlaced != 0) rec->interlace_pass = 1;
@@ -167,6 +185,12 @@ KOVRA_API int32_t KOVRADALTI_DecodeAGIF(KOVRADALT_DecInfo *dec, uint8_t *out, in
     rec->canvas_row = rec->row_colors;
     rec->interlace_high_row = 0;
     const int32_t decoded = DALTI_DecodeGIFImage(dec->io, rec, out);
+    if (canvas_unfilled) {
+        // The frame wrote its rows in order from the top; the rest gets the start colour.
+        const int64_t from = static_cast<int64_t>(std::max(rec->next_out_row, 0)) * rec->canvas_width;
+        const int64_t words = static_cast<int64_t>(rec->canvas_width) * rec->canvas_height;
+        if (from < words) std::fill(rec->canvas + from, rec->canvas + words, canvas_start_word(rec));
+    }
     if (frame_mode && !write_rows_below(rec, out, out_rows)) return 0;
     if (decoded == 0) return 0;
     return seek_next_frame(dec, rec);

@@ -188,6 +188,34 @@ TEST(GifAnimation, FramesOutsideTheScreen) {
     }
 }
 
+TEST(GifAnimation, ShortFirstFrameLeavesTheRestOfTheCanvasWhite) {
+    // A full-screen opaque first frame whose data ends after two pixels: the rows it never reached
+    // show the canvas's start colour, now and for the next frame.
+    const Bytes gif = GifBuilder(3, 3, kPalette)
+                          .image_with_data(0, 0, 3, 3, 2, pack_codes({{4, 3}, {1, 3}, {2, 3}, {5, 3}}))
+                          .image(frame_of(3, 2, 2, 1, 1))
+                          .trailer()
+                          .bytes();
+    for (int sample = 1; sample <= 2; ++sample) {
+        const Animation animation = decode_animation(gif, KOVRADALT_FORMAT_RGBA32, sample);
+        ASSERT_EQ(animation.results, (std::vector<int32_t>{1, 3})) << sample;
+        const int w = animation.width;
+        const Bytes white = {255, 255, 255, 255};
+        for (size_t f = 0; f < 2; ++f) {
+            const Bytes &frame = animation.frames[f];
+            for (int px = w; px < w * animation.height; ++px) {
+                const Bytes got(frame.begin() + 4 * px, frame.begin() + 4 * px + 4);
+                if (f == 1 && sample == 1 && px == 8) {
+                    EXPECT_EQ(got, pixel(3));
+                } else {
+                    EXPECT_EQ(got, white) << "sample " << sample << " frame " << f << " pixel " << px;
+                }
+            }
+        }
+        if (sample == 1) EXPECT_EQ(Bytes(animation.frames[0].begin(), animation.frames[0].begin() + 4), pixel(1));
+    }
+}
+
 TEST(GifAnimation, DirectModeDecodesIndexesFrameByFrame) {
     GifSession session(three_frames(), KOVRADALT_FORMAT_INDEX8, 1, false);
     ASSERT_TRUE(session.parsed());
