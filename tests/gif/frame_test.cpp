@@ -212,7 +212,9 @@ TEST(GifAnimation, ShortFirstFrameLeavesTheRestOfTheCanvasWhite) {
                 }
             }
         }
-        if (sample == 1) EXPECT_EQ(Bytes(animation.frames[0].begin(), animation.frames[0].begin() + 4), pixel(1));
+        if (sample == 1) {
+            EXPECT_EQ(Bytes(animation.frames[0].begin(), animation.frames[0].begin() + 4), pixel(1));
+        }
     }
 }
 
