@@ -130,16 +130,29 @@ bool prime_input(DALTI_GIFInput *input) {
     return true;
 }
 
-// Roots (and the clear and end codes) get their one-byte strings. Entries [end + 1, used) may hold
-// strings of an earlier frame and are cleared; the rest of the table is clear already.
+// Roots (and the clear and end codes) get their one-byte strings; they stay in place from one
+// frame to the next while the code size does not change, since the decoder only ever writes
+// entries above the end code. Entries above the end code that an earlier decode may have filled
+// (and roots of a larger earlier code size) are cleared; the rest of the table is clear already.
 void reset_table(DALTI_GIFDecoderInfo *rec) {
     DALTI_LZWEntry *const table = rec->lzw_entries;
-    const uint32_t end_code = (1u << rec->lzw_min_code_size) + 1;
-    for (uint32_t code = 0; code <= end_code; ++code) {
-        table[code] = DALTI_LZWEntry{code & 0xFFu, 1, 0, static_cast<uint8_t>(code), 0};
+    const int32_t size = rec->lzw_min_code_size;
+    const uint32_t end_code = (1u << size) + 1;
+    uint32_t dirty_end = std::min<uint32_t>(rec->lzw_table_used, DALTI_LZW_TABLE_SIZE);
+    if (rec->lzw_roots_ready != size + 1) {
+        if (rec->lzw_roots_ready > 0) {
+            dirty_end = std::max(dirty_end, (1u << (rec->lzw_roots_ready - 1)) + 2);
+        } else {
+            dirty_end = DALTI_LZW_TABLE_SIZE;  // nothing known about the table
+        }
+        for (uint32_t code = 0; code <= end_code; ++code) {
+            table[code] = DALTI_LZWEntry{code & 0xFFu, 1, 0, static_cast<uint8_t>(code), 0};
+        }
+        rec->lzw_roots_ready = size + 1;
     }
-    const uint32_t used = std::min<uint32_t>(rec->lzw_table_used, DALTI_LZW_TABLE_SIZE);
-    if (used > end_code + 1) std::memset(table + end_code + 1, 0, (used - (end_code + 1)) * sizeof(DALTI_LZWEntry));
+    if (dirty_end > end_code + 1) {
+        std::memset(table + end_code + 1, 0, (dirty_end - (end_code + 1)) * sizeof(DALTI_LZWEntry));
+    }
     rec->lzw_table_used = end_code + 1;
 }
 

@@ -106,6 +106,7 @@ typedef struct DALTI_GIFDecoderInfo {
     int32_t canvas_height;
     struct DALTI_LZWEntry *lzw_entries; /* the frame decoder's own table, 4096 entries, owned */
     uint32_t lzw_table_used;       /* entries an earlier decode may have filled */
+    int32_t lzw_roots_ready;       /* code size + 1 whose roots the table holds, 0 for none */
 } DALTI_GIFDecoderInfo;
 
 /* One entry of the frame decoder's table: the LZW tables' prefix, suffix and length for a code

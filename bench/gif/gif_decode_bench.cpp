@@ -6,6 +6,10 @@
 // baseline). Rates are output megapixels per second (frames x screen pixels). After the runs a
 // table gives both rates per file, their ratio, and the geometric mean of the ratios for
 // single-frame and for animated files.
+//
+// The C library's allocator is told to keep freed memory (no heap trimming, no mmap for large
+// blocks), as in a long-running host: otherwise every decode of either library pays the kernel to
+// map and zero its buffers afresh, and the comparison measures page faults.
 
 #include <benchmark/benchmark.h>
 
@@ -15,6 +19,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <malloc.h>
 #include <map>
 #include <string>
 #include <vector>
@@ -113,6 +118,8 @@ void print_table(const Collector &collector) {
 }  // namespace
 
 int main(int argc, char **argv) {
+    mallopt(M_TRIM_THRESHOLD, 1 << 30);
+    mallopt(M_MMAP_THRESHOLD, 1 << 30);
     const char *corpus = std::getenv("KOVRA_CORPUS_DIR");
     files() = load_corpus(std::filesystem::path(corpus != nullptr ? corpus : KOVRA_DEFAULT_CORPUS_DIR) / "gif");
     if (files().empty()) {

@@ -218,6 +218,32 @@ TEST(GifAnimation, ShortFirstFrameLeavesTheRestOfTheCanvasWhite) {
     }
 }
 
+TEST(GifAnimation, CodeSizeChangingFromFrameToFrame) {
+    // The decoder keeps its table's roots between frames of the same code size; frames that switch
+    // sizes up and down must still decode exactly.
+    std::vector<ModelFrame> frames;
+    GifBuilder gif(9, 7);
+    int index = 0;
+    for (int code_size : {2, 8, 3, 8, 8, 2, 11, 4}) {
+        ModelFrame f;
+        f.width = 9;
+        f.height = 7;
+        f.palette = test_palette(std::min(1 << code_size, 256));
+        for (int i = 0; i < 63; ++i) f.indexes.push_back(static_cast<uint8_t>((i * 7 + index * 3) % f.palette.size()));
+        ImageSpec spec = frame_spec(0, 0, 9, 7, f.indexes);
+        spec.local = f.palette;
+        spec.min_code_size = code_size;
+        gif.image(spec);
+        frames.push_back(f);
+        ++index;
+    }
+    const Bytes bytes = gif.trailer().bytes();
+    const auto model = compose_frames(9, 7, frames);
+    const Animation animation = decode_animation(bytes, KOVRADALT_FORMAT_RGBA32, 1);
+    ASSERT_EQ(animation.frames.size(), frames.size());
+    for (size_t i = 0; i < frames.size(); ++i) EXPECT_EQ(animation.frames[i], to_rgba(model[i], 9, 7, 9, 7)) << i;
+}
+
 TEST(GifAnimation, DirectModeDecodesIndexesFrameByFrame) {
     GifSession session(three_frames(), KOVRADALT_FORMAT_INDEX8, 1, false);
     ASSERT_TRUE(session.parsed());
