@@ -5,9 +5,8 @@
 // canvas, the frame's own rows come from the composer (frame_composer.cpp) as they are decoded,
 // and the rows below the last one written come from the canvas again. The canvas is created by
 // the first frame at output size: fully transparent when that frame has transparency, else
-// white. The canvas and row_colors are this file's buffers; their sizes are checked against the
-// output size on every call, so a size changed between frames fails the frame instead of
-// stepping outside them.
+// white. The canvas is this file's buffer; its size is checked against the output size on every
+// call, so a size changed between frames fails the frame instead of stepping outside it.
 
 #include <algorithm>
 #include <cstring>
@@ -55,18 +54,6 @@ Canvas prepare_canvas(DALTI_GIFDecoderInfo *rec) {
     if (first_frame_fills_canvas(rec)) return Canvas::kReadyUnfilled;
     std::fill(canvas, canvas + words, canvas_start_word(rec));
     return Canvas::kReady;
-}
-
-// row_colors must hold a full output row.
-bool prepare_row_colors(DALTI_GIFDecoderInfo *rec) {
-    const int32_t need = std::max(rec->row_out_width, rec->screen_width);
-    if (rec->row_colors != nullptr && rec->row_colors_capacity >= need) return true;
-    auto *row = static_cast<uint32_t *>(alloc_array_zeroed(need, sizeof(uint32_t)));
-    if (row == nullptr) return false;
-    KOVRADALT_OsFree(rec->row_colors);
-    rec->row_colors = row;
-    rec->row_colors_capacity = need;
-    return true;
 }
 
 // Writes output row `row` from the canvas through the regular writer.
@@ -161,7 +148,7 @@ KOVRA_API int32_t KOVRADALTI_DecodeAGIF(KOVRADALT_DecInfo *dec, uint8_t *out, in
     const bool frame_mode = rec->frame_mode != 0;
     bool canvas_unfilled = false;
     if (frame_mode) {
-        if (!prepare_row_colors(rec) || rec->active_colors == nullptr) return 0;
+        if (rec->active_colors == nullptr) return 0;
         switch (prepare_canvas(rec)) {
             case Canvas::kAllocationFailed:
                 // The record cannot go on without its canvas: it goes, and the host's link to it

@@ -92,7 +92,8 @@ typedef struct DALTI_GIFDecoderInfo {
 
     uint32_t *canvas;              /* frame mode: the composed image at output size, owned */
     uint32_t *canvas_row;          /* the row being composed or converted */
-    uint32_t *row_colors;          /* frame mode: one composed row, owned */
+    uint32_t *row_colors;          /* frame mode: a row of screen_width colour words, owned (the composer
+                                      writes composed rows straight into the output instead) */
     uint32_t frame_mode;           /* 1: lines are composed into canvas; 0: written directly */
     int32_t interlace_high_row;    /* interlaced frame: highest output row written + 1 */
     int32_t first_out_row;         /* subtracted from out_row in the caller's buffer (0) */
