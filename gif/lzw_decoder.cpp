@@ -395,8 +395,9 @@ LoopEnd FrameDecoder::loop(DecodeState &s) {
             // The new entry is prev's string plus `first`.
             const DALTI_LZWEntry &base = table[prev];
             const uint32_t base_length = base.length;
-            uint64_t head = base.head;
-            if (base_length < kHeadBytes) head |= static_cast<uint64_t>(first) << (8 * base_length);
+            // first joins the head while the head has room (without a branch: lengths vary).
+            const uint64_t room = 0 - static_cast<uint64_t>(base_length < kHeadBytes);
+            const uint64_t head = base.head | ((static_cast<uint64_t>(first) << ((8 * base_length) & 63)) & room);
             DALTI_LZWEntry &entry = table[next_free];
             entry.head = kCareful ? 0 : head;
             entry.length = base_length + 1;
