@@ -2,6 +2,7 @@
 // DGifSlurp; when that fails, the file is read again record by record with giflib's lower-level
 // calls so that the frames (and rows) delivered before the failure are kept.
 #include "gif_reference.h"
+#include "memory_reader.h"
 
 #include <gif_lib.h>
 
@@ -10,20 +11,6 @@
 
 namespace kovra::gifref {
 namespace {
-
-struct MemoryReader {
-    const uint8_t *data;
-    size_t size;
-    size_t position;
-};
-
-int read_memory(GifFileType *file, GifByteType *buffer, int count) {
-    auto *reader = static_cast<MemoryReader *>(file->UserData);
-    size_t n = std::min(static_cast<size_t>(count < 0 ? 0 : count), reader->size - reader->position);
-    std::memcpy(buffer, reader->data + reader->position, n);
-    reader->position += n;
-    return static_cast<int>(n);
-}
 
 std::vector<Rgb> palette_of(const ColorMapObject *map) {
     std::vector<Rgb> colors;

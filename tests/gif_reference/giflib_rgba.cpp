@@ -5,6 +5,7 @@
 // pixel, the disposal and transparency cases chosen once per frame, whole rows converted with a
 // single branch per pixel.
 #include "gif_reference.h"
+#include "memory_reader.h"
 
 #include <gif_lib.h>
 
@@ -16,20 +17,6 @@ namespace kovra::gifref {
 namespace {
 
 static_assert(std::endian::native == std::endian::little, "RGBA words are stored little-endian");
-
-struct MemoryReader {
-    const uint8_t *data;
-    size_t size;
-    size_t position;
-};
-
-int read_memory(GifFileType *file, GifByteType *buffer, int count) {
-    auto *reader = static_cast<MemoryReader *>(file->UserData);
-    size_t n = std::min(static_cast<size_t>(count < 0 ? 0 : count), reader->size - reader->position);
-    std::memcpy(buffer, reader->data + reader->position, n);
-    reader->position += n;
-    return static_cast<int>(n);
-}
 
 // Colour word to the RGBA bytes of output format 7, read as a little-endian word: a colour word
 // already is R | G << 8 | B << 16 | 0xFF << 24; unset becomes 0, canvas white gains its alpha.
