@@ -54,22 +54,31 @@ KOVRADALT_DecInfo *open_source(const uint8_t *data, size_t size, bool stream_kin
                                              Stream::rewind, 0, 0);
 }
 
-void jpeg_road(const uint8_t *data, size_t size, uint8_t options) {
+// Opens the input as a memory or stream source (option bit 0), sets up a byte window at its start
+// as the library's users do, runs `read` on it, and releases everything.
+template <typename Read>
+void with_window(const uint8_t *data, size_t size, uint8_t options, Read read) {
     Stream stream;
     KOVRADALT_DecInfo *dec = open_source(data, size, options & 1, &stream);
     if (dec == nullptr) return;
     uint8_t *buffer = DALTJ_AllocateStreamBuffer(dec->io);
     if (buffer != nullptr && KOVRADALT_Seek_IO(dec->io, 0, SEEK_SET) >= 0) {
         DALTJ_ByteWindow window = kovra::io::make_window(dec->io, buffer);
+        read(window);
+    }
+    if (buffer != nullptr) DALTJ_ReleaseStreamBuffer(dec->io, buffer);
+    KOVRADALT_DestroyDecInfo(dec);
+}
+
+void jpeg_road(const uint8_t *data, size_t size, uint8_t options) {
+    with_window(data, size, options, [options](DALTJ_ByteWindow &window) {
         DALTJ_ExifInfo info;
         std::memset(&info, 0, sizeof info);
         if (options & 2) kovra::os::fail_allocations_after(options >> 2);
         g_sink = g_sink + static_cast<uint32_t>(DALTJ_GetExifInfo(&window, &info));
         kovra::os::stop_failing_allocations();
         consume_and_release(&info);
-    }
-    if (buffer != nullptr) DALTJ_ReleaseStreamBuffer(dec->io, buffer);
-    KOVRADALT_DestroyDecInfo(dec);
+    });
 }
 
 void app1_road(const uint8_t *data, size_t size) {
@@ -87,19 +96,12 @@ void app1_road(const uint8_t *data, size_t size) {
 }
 
 void tiff_road(const uint8_t *data, size_t size, uint8_t options) {
-    Stream stream;
-    KOVRADALT_DecInfo *dec = open_source(data, size, options & 1, &stream);
-    if (dec == nullptr) return;
-    uint8_t *buffer = DALTJ_AllocateStreamBuffer(dec->io);
-    if (buffer != nullptr && KOVRADALT_Seek_IO(dec->io, 0, SEEK_SET) >= 0) {
-        DALTJ_ByteWindow window = kovra::io::make_window(dec->io, buffer);
+    with_window(data, size, options, [size](DALTJ_ByteWindow &window) {
         DALTJ_TiffInfo info;
         std::memset(&info, 0, sizeof info);
         g_sink = g_sink + static_cast<uint32_t>(DALTJ_ReadTiffInfo(&info, &window, 0, static_cast<uint32_t>(size), 0));
         g_sink = g_sink + info.jpeg_offset;
-    }
-    if (buffer != nullptr) DALTJ_ReleaseStreamBuffer(dec->io, buffer);
-    KOVRADALT_DestroyDecInfo(dec);
+    });
 }
 
 }  // namespace
