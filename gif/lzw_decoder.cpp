@@ -6,22 +6,22 @@
 //
 // Buffers: everything lives in the GIF record and is allocated before decoding starts; nothing is
 // allocated per frame or per code. A code's string is written straight into line_buffer at the
-// current position, last byte first, by walking its prefix chain for `length` steps, so no output
-// stack is needed. A string may run past the row's end into the line buffer's 4096 spare bytes;
-// that overflow is moved to the buffer's start once the row has been written, and becomes the
-// next row's head. Every string must end within screen_width + 4096 bytes; a frame wider than that
-// cannot be decoded and fails at once.
+// current position, so no output stack is needed. A string may run past the row's end into the
+// line buffer's 4096 spare bytes; that overflow is moved to the buffer's start once the row has
+// been written, and becomes the next row's head. Every string must end within screen_width + 4096
+// bytes; a frame wider than that cannot be decoded and fails at once.
 //
-// The translation table is the record's lzw_entries: each code's prefix, suffix and length (the
-// values the step functions keep in DALTI_LZWTables) side by side, plus `head`, the first eight
-// bytes of the string. A string of up to eight bytes is then written with one 8-byte store and a
-// longer one walks its chain only down to those eight; the store may write up to seven bytes past
-// the string's end, into positions no string has reached yet (the buffer has room for them).
-// Heads are exact as long as every code refers to the current run of codes (since the last clear
-// code), which a well-formed stream always does. A code beyond the table, or one that follows a
-// clear code without being a root, makes later entries refer to strings that later codes may
-// overwrite; from there to the end of the frame the decoder walks every string byte by byte
-// through the prefix chain, which gives exactly the strings the table holds at that moment.
+// The translation table is the record's lzw_entries (kovra_gif.h): each code's string both byte by
+// byte (prefix code, last byte, length: the values the step functions keep in DALTI_LZWTables) and
+// as a chain of 8-byte chunks counted from the string's start. The fast loop writes a string
+// chunk by chunk, last chunk first, with one 8-byte store each; the last chunk's store may write
+// up to seven bytes past the string's end, into positions no string has reached yet (the buffer
+// has room for them). The chunk chains are exact as long as every code refers to the current run
+// of codes (since the last clear code), which a well-formed stream always does. A code beyond the
+// table, or one that follows a clear code without being a root, makes later entries refer to
+// strings that later codes may overwrite; from there to the end of the frame the decoder walks
+// every string byte by byte through the prefix chain, which gives exactly the strings the table
+// holds at that moment.
 
 // Codes: clear = 1 << min_code_size, end = clear + 1; the width starts at min_code_size + 1 and
 // grows when the next free code reaches 1 << width, up to 12 bits. A code at or beyond the next
@@ -54,7 +54,7 @@ namespace {
 using kovra::gif::refill_input;
 
 constexpr uint32_t kMaxCodeWidth = 12;
-constexpr uint32_t kHeadBytes = 8;
+constexpr uint32_t kChunkBytes = 8;
 
 enum class Fill { kOk, kFailed, kInputEnded };
 
@@ -133,21 +133,16 @@ bool prime_input(DALTI_GIFInput *input) {
 // Roots (and the clear and end codes) get their one-byte strings; they stay in place from one
 // frame to the next while the code size does not change, since the decoder only ever writes
 // entries above the end code. Entries above the end code that an earlier decode may have filled
-// (and roots of a larger earlier code size) are cleared; the rest of the table is clear already.
+// (and roots of a larger earlier code size) are cleared; the rest of the table is clear already
+// (it was zero-filled when the record was created).
 void reset_table(DALTI_GIFDecoderInfo *rec) {
     DALTI_LZWEntry *const table = rec->lzw_entries;
     const int32_t size = rec->lzw_min_code_size;
     const uint32_t end_code = (1u << size) + 1;
     uint32_t dirty_end = std::min<uint32_t>(rec->lzw_table_used, DALTI_LZW_TABLE_SIZE);
     if (rec->lzw_roots_ready != size + 1) {
-        if (rec->lzw_roots_ready > 0) {
-            dirty_end = std::max(dirty_end, (1u << (rec->lzw_roots_ready - 1)) + 2);
-        } else {
-            dirty_end = DALTI_LZW_TABLE_SIZE;  // nothing known about the table
-        }
-        for (uint32_t code = 0; code <= end_code; ++code) {
-            table[code] = DALTI_LZWEntry{code & 0xFFu, 1, 0, static_cast<uint8_t>(code), 0};
-        }
+        if (rec->lzw_roots_ready > 0) dirty_end = std::max(dirty_end, (1u << (rec->lzw_roots_ready - 1)) + 2);
+        for (uint32_t code = 0; code <= end_code; ++code) table[code] = DALTI_LZWEntry{code & 0xFFu, 1, 0, 0};
         rec->lzw_roots_ready = size + 1;
     }
     if (dirty_end > end_code + 1) {
@@ -156,30 +151,46 @@ void reset_table(DALTI_GIFDecoderInfo *rec) {
     rec->lzw_table_used = end_code + 1;
 }
 
-// Writes `length` bytes of code's string ending at end[-1], walking the chain byte by byte.
-inline void walk_string(const DALTI_LZWEntry *table, uint32_t code, uint8_t *end, uint32_t length) {
-    for (uint32_t i = 0; i < length; ++i) {
-        *--end = table[code].suffix;
-        code = table[code].prefix;
-    }
+inline uint8_t last_byte(const DALTI_LZWEntry &e) {
+    return static_cast<uint8_t>(e.chunk >> (8 * ((e.length - 1) % kChunkBytes)));
 }
 
-// Writes code's string at dst (it has been checked to fit); returns its first byte.
-template <bool kCareful>
-inline uint8_t write_string(const DALTI_LZWEntry *table, uint32_t code, uint8_t *dst) {
-    const DALTI_LZWEntry &e = table[code];
-    const uint32_t length = e.length;
-    if constexpr (kCareful) {
-        walk_string(table, code, dst + length, length);
-        return dst[0];
-    } else {
-        if (length > kHeadBytes) [[unlikely]] {
-            // The tail byte by byte down to the head; the head's own chain is not needed.
-            walk_string(table, code, dst + length, length - kHeadBytes);
-        }
-        store_le64(dst, e.head);
-        return static_cast<uint8_t>(e.head);
+// Writes code's string at dst byte by byte through the prefix chain, last byte first (it has
+// been checked to fit); returns its first byte.
+inline uint8_t walk_string(const DALTI_LZWEntry *table, uint32_t code, uint8_t *dst) {
+    uint8_t *end = dst + table[code].length;
+    while (end != dst) {
+        *--end = last_byte(table[code]);
+        code = table[code].prefix;
     }
+    return dst[0];
+}
+
+// Writes a string at dst chunk by chunk, last chunk first, from its last chunk and the code of
+// the string before it; returns its first byte. The buffer must have room for length + 7 bytes.
+inline uint8_t write_chunks(const DALTI_LZWEntry *table, uint64_t chunk, uint32_t chunk_prefix, uint32_t length,
+                            uint8_t *dst) {
+    uint8_t *at = dst + ((length - 1) & ~(kChunkBytes - 1));
+    store_le64(at, chunk);
+    while (at != dst) [[unlikely]] {
+        at -= kChunkBytes;
+        chunk = table[chunk_prefix].chunk;
+        chunk_prefix = table[chunk_prefix].chunk_prefix;
+        store_le64(at, chunk);
+    }
+    return static_cast<uint8_t>(chunk);
+}
+
+// Sets `entry` to prev's string (`base`) plus `first`.
+inline void add_entry(DALTI_LZWEntry &entry, const DALTI_LZWEntry &base, uint32_t prev, uint8_t first) {
+    const uint32_t base_length = base.length;
+    const uint32_t used = base_length % kChunkBytes;  // bytes in base's last chunk, 0 when it is full
+    DALTI_LZWEntry made;
+    made.chunk = used == 0 ? first : base.chunk | (static_cast<uint64_t>(first) << (8 * used));
+    made.length = base_length + 1;
+    made.chunk_prefix = static_cast<uint16_t>(used == 0 ? prev : base.chunk_prefix);
+    made.prefix = static_cast<uint16_t>(prev);
+    entry = made;
 }
 
 // Everything a decode loop hands on: the bit reader, the code state and the line position.
@@ -209,6 +220,15 @@ public:
 private:
     template <bool kCareful>
     LoopEnd loop(DecodeState &s);
+
+    // True when any string the table can hold while its chains are exact (at most 4095 bytes),
+    // begun inside a row, fits with the 7 bytes a chunk store may write past it, in the buffer
+    // and its spare bytes.
+    bool strings_always_fit() const {
+        constexpr int64_t kLongest = DALTI_LZW_TABLE_SIZE - 1;
+        const int64_t last_start = static_cast<int64_t>(rec_->frame_width) - 1;
+        return last_start + kLongest + (kChunkBytes - 1) <= int64_t{rec_->line_buffer_size} + DALTI_GIF_LINE_SPARE;
+    }
 
     bool write_row() {
         return (rec_->frame_mode != 0 ? DALTI_MakeFrameLineBuffer(rec_) : DALTI_WriteTheLine(rec_, out_)) != 0;
@@ -242,8 +262,10 @@ private:
     int32_t result_ = 0;
 };
 
-// One decode loop. The fast one (kCareful false) relies on heads and leaves with kCareful at the
-// first code that could make a head wrong; the careful one walks every string.
+// One decode loop. The fast one (kCareful false) writes strings by their chunk chains and leaves
+// with kCareful at the first code that could make a chain wrong; the careful one walks every
+// string byte by byte. The fast loop runs only when every string fits (see run()), so it checks
+// no lengths.
 template <bool kCareful>
 LoopEnd FrameDecoder::loop(DecodeState &s) {
     DALTI_LZWEntry *const table = table_;
@@ -334,11 +356,11 @@ LoopEnd FrameDecoder::loop(DecodeState &s) {
             }
             // Topping the accumulator up on every code while the sub-block has eight bytes left
             // keeps this branch predictable; near a sub-block's end bytes come one at a time.
+            // (bits | 56 equals bits + 8 * n for the n whole bytes that fit.)
             if (block_end - p >= 8) [[likely]] {
-                const int32_t n = (63 - bits) >> 3;
                 acc |= load_le64(p) << bits;
-                p += n;
-                bits += 8 * n;
+                p += (63 - bits) >> 3;
+                bits |= 56;
             } else if (bits < width && !fill()) {
                 return LoopEnd::kDone;
             }
@@ -348,10 +370,16 @@ LoopEnd FrameDecoder::loop(DecodeState &s) {
 
         if (code < next_free && code - clear > 1) [[likely]] {
             // A root or a table entry (code - clear wraps round for a root).
-            const uint32_t length = table[code].length;
-            if (length - 1 >= static_cast<size_t>(line_end - dst)) return done(0);  // also refuses length 0
-            first = write_string<kCareful>(table, code, dst);
+            const DALTI_LZWEntry &e = table[code];
+            const uint32_t length = e.length;
+            if constexpr (kCareful) {
+                if (length - 1 >= static_cast<size_t>(line_end - dst)) return done(0);  // also refuses length 0
+                first = walk_string(table, code, dst);
+            } else {
+                first = write_chunks(table, e.chunk, e.chunk_prefix, length, dst);
+            }
             dst += length;
+            if (next_free < DALTI_LZW_TABLE_SIZE) add_entry(table[next_free], table[prev], prev, first);
         } else if (code == clear) {
             table_high = std::max(table_high, next_free);
             width = min_code_size + 1;
@@ -375,34 +403,32 @@ LoopEnd FrameDecoder::loop(DecodeState &s) {
         } else if (code == end_code) {
             const bool written = write_row();
             return done(written ? 1 : 0);
-        } else {
-            if (!kCareful && code != next_free) {
+        } else if (!kCareful) {
+            if (code != next_free) {
                 // Beyond the table: handled by the careful loop.
                 save();
                 s.pending = code;
                 s.has_pending = true;
                 return LoopEnd::kCareful;
             }
-            // Not yet in the table: the previous string again, plus its first byte.
+            // Not yet in the table: prev's string plus its own first byte, which is the entry
+            // about to be made.
+            DALTI_LZWEntry &entry = table[next_free];
+            add_entry(entry, table[prev], prev, first);
+            write_chunks(table, entry.chunk, entry.chunk_prefix, entry.length, dst);
+            dst += entry.length;
+        } else {
+            // Not yet in the table, or beyond it: the previous string again plus its first byte
+            // (code 0's string when the previous code is itself beyond the table).
             const uint32_t base = prev < next_free ? prev : 0;
             const uint32_t length = table[base].length;
             if (length - 1 >= static_cast<size_t>(line_end - dst)) return done(0);
-            write_string<kCareful>(table, base, dst);
+            walk_string(table, base, dst);
             dst[length] = first;
             dst += length + 1;
+            if (next_free < DALTI_LZW_TABLE_SIZE) add_entry(table[next_free], table[prev], prev, first);
         }
         if (next_free < DALTI_LZW_TABLE_SIZE) {
-            // The new entry is prev's string plus `first`.
-            const DALTI_LZWEntry &base = table[prev];
-            const uint32_t base_length = base.length;
-            // first joins the head while the head has room (without a branch: lengths vary).
-            const uint64_t room = 0 - static_cast<uint64_t>(base_length < kHeadBytes);
-            const uint64_t head = base.head | ((static_cast<uint64_t>(first) << ((8 * base_length) & 63)) & room);
-            DALTI_LZWEntry &entry = table[next_free];
-            entry.head = kCareful ? 0 : head;
-            entry.length = base_length + 1;
-            entry.prefix = static_cast<uint16_t>(prev);
-            entry.suffix = first;
             ++next_free;
             if (next_free == grow_at && static_cast<uint32_t>(width) < kMaxCodeWidth) {
                 ++width;
@@ -442,8 +468,9 @@ int32_t FrameDecoder::run() {
     s.first = static_cast<uint8_t>(code);
     if (rec_->frame_height < 1) return finish(s, 1);
 
-    // A first code that is not a root starts the careful loop at once.
-    if (code >= s.next_free || loop<false>(s) == LoopEnd::kCareful) loop<true>(s);
+    // A first code that is not a root starts the careful loop at once, and so does a frame so
+    // wide that a string begun inside a row might not fit behind it.
+    if (code >= s.next_free || !strings_always_fit() || loop<false>(s) == LoopEnd::kCareful) loop<true>(s);
     return result_;
 }
 

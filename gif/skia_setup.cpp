@@ -19,7 +19,6 @@ namespace {
 using namespace kovra::gif;
 
 constexpr int32_t kHeaderBytes = 13;
-constexpr int32_t kLineSpareBytes = 8;
 
 void set_output_size(DALTI_GIFDecoderInfo *rec, int32_t out_width, int32_t out_height) {
     rec->out_width = out_width;
@@ -41,7 +40,7 @@ bool renew_line_buffer(DALTI_GIFDecoderInfo *rec) {
     KOVRADALT_OsFree(rec->line_buffer);
     rec->line_buffer_size = 0;
     const int64_t size = static_cast<int64_t>(std::max(rec->screen_width, 0)) + DALTI_GIF_LINE_SLACK;
-    rec->line_buffer = static_cast<uint8_t *>(alloc_zeroed(static_cast<uint64_t>(size) + kLineSpareBytes));
+    rec->line_buffer = static_cast<uint8_t *>(alloc_zeroed(static_cast<uint64_t>(size) + DALTI_GIF_LINE_SPARE));
     if (rec->line_buffer == nullptr) return false;
     rec->line_buffer_size = static_cast<int32_t>(size);
     return true;

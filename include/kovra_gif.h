@@ -26,6 +26,7 @@ enum {
     DALTI_GIF_PALETTE_SLOTS = 256,   /* colour words in each colour table */
     DALTI_LZW_TABLE_SIZE = 4096,     /* entries of the LZW translation table */
     DALTI_GIF_LINE_SLACK = 4096,     /* line buffer bytes beyond the screen width */
+    DALTI_GIF_LINE_SPARE = 8,        /* allocated line buffer bytes beyond line_buffer_size */
     DALTI_GIF_MAX_FRAME_SIDE = 10000 /* larger descriptors are skipped */
 };
 
@@ -110,14 +111,15 @@ typedef struct DALTI_GIFDecoderInfo {
     int32_t lzw_roots_ready;       /* code size + 1 whose roots the table holds, 0 for none */
 } DALTI_GIFDecoderInfo;
 
-/* One entry of the frame decoder's table: the LZW tables' prefix, suffix and length for a code
- * side by side, and the first bytes of its string. */
+/* One entry of the frame decoder's table. A string is kept twice: byte by byte (the last byte,
+ * and `prefix`, the code of the string without it) and in chunks of eight bytes counted from the
+ * string's start (`chunk`, the last one, holding one to eight bytes, and `chunk_prefix`, the
+ * code of the string before it). The last byte is byte (length - 1) % 8 of `chunk`; bytes above it are zero. */
 typedef struct DALTI_LZWEntry {
-    uint64_t head;     /* the string's first min(length, 8) bytes, first byte lowest */
+    uint64_t chunk;         /* first byte lowest */
     uint32_t length;
+    uint16_t chunk_prefix;
     uint16_t prefix;
-    uint8_t suffix;
-    uint8_t unused;
 } DALTI_LZWEntry;
 
 /* ---- Record, header and colour tables ---- */
