@@ -48,7 +48,7 @@ KOVRA_API int32_t DALTI_CreateGIFDecoderInfo(DALTI_GIFDecoderInfo *rec) {
     if (!allocate(rec->lzw->prefix, DALTI_LZW_TABLE_SIZE * sizeof(uint32_t))) return 0;
     if (!allocate(rec->lzw->suffix, DALTI_LZW_TABLE_SIZE)) return 0;
     if (!allocate(rec->lzw->length, DALTI_LZW_TABLE_SIZE * sizeof(uint32_t))) return 0;
-    if (!allocate(rec->lzw_entries, DALTI_LZW_TABLE_SIZE * sizeof(DALTI_LZWEntry))) return 0;
+    if (!allocate(rec->lzw_table, sizeof(DALTI_LZWTable))) return 0;
     return 1;
 }
 
@@ -70,7 +70,7 @@ KOVRA_API void DALTI_DelGIFDecoderInfo(DALTI_GIFDecoderInfo *rec) {
         release(rec->lzw->length);
         release(rec->lzw);
     }
-    release(rec->lzw_entries);
+    release(rec->lzw_table);
     KOVRADALT_OsFree(rec);
 }
 

@@ -11,7 +11,7 @@
 // been written, and becomes the next row's head. Every string must end within screen_width + 4096
 // bytes; a frame wider than that cannot be decoded and fails at once.
 //
-// The translation table is the record's lzw_entries (kovra_gif.h): each code's string both byte by
+// The translation table is the record's lzw_table (kovra_gif.h): each code's string both byte by
 // byte (prefix code, last byte, length: the values the step functions keep in DALTI_LZWTables) and
 // as a chain of 8-byte chunks counted from the string's start. The fast loop writes a string
 // chunk by chunk, last chunk first, with one 8-byte store each; the last chunk's store may write
@@ -70,11 +70,13 @@ inline void store_le64(uint8_t *p, uint64_t v) {
     std::memcpy(p, &v, 8);
 }
 
-// The bit reader between codes: bytes [p, block_end) of the current sub-block are not loaded yet;
-// [p, data_end) is everything buffered. Bits of acc above `bits` are zero or copies of bytes not
-// yet counted (an 8-byte load counts only the bytes that fit).
+// The bit reader between codes: the current sub-block's data is [block_begin, block_end), and
+// bytes [p, block_end) of it are not loaded yet; [p, data_end) is everything buffered. Bits of
+// acc above `bits` are zero or copies of bytes not yet counted (an 8-byte load counts only the
+// bytes that fit).
 struct BitReader {
     uint8_t *p;
+    uint8_t *block_begin;
     uint8_t *block_end;
     uint8_t *data_end;
     uint64_t acc;
@@ -88,15 +90,16 @@ Fill open_block(BitReader &r, uint8_t *buffer, KOVRADALT_IO *io) {
     if (in_buffer < size + 1) {
         if (refill_input(buffer, io, &in_buffer, &r.p) == 0) {
             r.data_end = r.p + in_buffer;
-            r.block_end = r.p;
+            r.block_begin = r.block_end = r.p;
             return Fill::kFailed;
         }
         r.data_end = r.p + in_buffer;
         if (in_buffer < size + 1) {
-            r.block_end = r.p;
+            r.block_begin = r.block_end = r.p;
             return Fill::kInputEnded;
         }
     }
+    r.block_begin = r.p;
     r.block_end = r.p + size;
     return Fill::kOk;
 }
@@ -130,67 +133,152 @@ bool prime_input(DALTI_GIFInput *input) {
     return true;
 }
 
-// Roots (and the clear and end codes) get their one-byte strings; they stay in place from one
-// frame to the next while the code size does not change, since the decoder only ever writes
-// entries above the end code. Entries above the end code that an earlier decode may have filled
-// (and roots of a larger earlier code size) are cleared; the rest of the table is clear already
-// (it was zero-filled when the record was created).
+// Roots get their one-byte strings; they stay in place from one frame to the next while the code
+// size does not change, since the decoder only ever writes entries above the end code. Entries
+// above the end code that an earlier decode may have filled (and roots of a larger earlier code
+// size) are cleared; the rest of the table is clear already (it was zero-filled when the record
+// was created). The clear and end codes have no string: a length of 0 marks them.
+void clear_entries(DALTI_LZWTable &t, uint32_t from, uint32_t end) {
+    if (end <= from) return;
+    const size_t count = end - from;
+    std::memset(t.chunk + from, 0, count * sizeof t.chunk[0]);
+    std::memset(t.length + from, 0, count * sizeof t.length[0]);
+    std::memset(t.chunk_prefix + from, 0, count * sizeof t.chunk_prefix[0]);
+    std::memset(t.prefix + from, 0, count * sizeof t.prefix[0]);
+}
+
 void reset_table(DALTI_GIFDecoderInfo *rec) {
-    DALTI_LZWEntry *const table = rec->lzw_entries;
+    DALTI_LZWTable &t = *rec->lzw_table;
     const int32_t size = rec->lzw_min_code_size;
-    const uint32_t end_code = (1u << size) + 1;
+    const uint32_t clear = 1u << size;
     uint32_t dirty_end = std::min<uint32_t>(rec->lzw_table_used, DALTI_LZW_TABLE_SIZE);
     if (rec->lzw_roots_ready != size + 1) {
         if (rec->lzw_roots_ready > 0) dirty_end = std::max(dirty_end, (1u << (rec->lzw_roots_ready - 1)) + 2);
-        for (uint32_t code = 0; code <= end_code; ++code) table[code] = DALTI_LZWEntry{code & 0xFFu, 1, 0, 0};
+        clear_entries(t, 0, clear + 2);
+        for (uint32_t code = 0; code < clear; ++code) {
+            t.chunk[code] = code & 0xFFu;
+            t.length[code] = 1;
+        }
         rec->lzw_roots_ready = size + 1;
     }
-    if (dirty_end > end_code + 1) {
-        std::memset(table + end_code + 1, 0, (dirty_end - (end_code + 1)) * sizeof(DALTI_LZWEntry));
-    }
-    rec->lzw_table_used = end_code + 1;
+    clear_entries(t, clear + 2, dirty_end);
+    rec->lzw_table_used = clear + 2;
 }
 
-inline uint8_t last_byte(const DALTI_LZWEntry &e) {
-    return static_cast<uint8_t>(e.chunk >> (8 * ((e.length - 1) % kChunkBytes)));
+inline uint8_t last_byte(const DALTI_LZWTable &t, uint32_t code) {
+    return static_cast<uint8_t>(t.chunk[code] >> (8 * ((t.length[code] - 1) % kChunkBytes)));
 }
 
 // Writes code's string at dst byte by byte through the prefix chain, last byte first (it has
 // been checked to fit); returns its first byte.
-inline uint8_t walk_string(const DALTI_LZWEntry *table, uint32_t code, uint8_t *dst) {
-    uint8_t *end = dst + table[code].length;
+inline uint8_t walk_string(const DALTI_LZWTable &t, uint32_t code, uint8_t *dst) {
+    uint8_t *end = dst + t.length[code];
     while (end != dst) {
-        *--end = last_byte(table[code]);
-        code = table[code].prefix;
+        *--end = last_byte(t, code);
+        code = t.prefix[code];
     }
     return dst[0];
 }
 
-// Writes a string at dst chunk by chunk, last chunk first, from its last chunk and the code of
-// the string before it; returns its first byte. The buffer must have room for length + 7 bytes.
-inline uint8_t write_chunks(const DALTI_LZWEntry *table, uint64_t chunk, uint32_t chunk_prefix, uint32_t length,
-                            uint8_t *dst) {
+// Writes code's string at dst chunk by chunk, last chunk first; returns its first byte. The
+// buffer must have room for length + 7 bytes.
+inline uint8_t write_chunks(const DALTI_LZWTable &t, uint32_t code, uint32_t length, uint8_t *dst) {
     uint8_t *at = dst + ((length - 1) & ~(kChunkBytes - 1));
+    uint64_t chunk = t.chunk[code];
     store_le64(at, chunk);
     while (at != dst) [[unlikely]] {
         at -= kChunkBytes;
-        chunk = table[chunk_prefix].chunk;
-        chunk_prefix = table[chunk_prefix].chunk_prefix;
+        code = t.chunk_prefix[code];
+        chunk = t.chunk[code];
         store_le64(at, chunk);
     }
     return static_cast<uint8_t>(chunk);
 }
 
-// Sets `entry` to prev's string (`base`) plus `first`.
-inline void add_entry(DALTI_LZWEntry &entry, const DALTI_LZWEntry &base, uint32_t prev, uint8_t first) {
-    const uint32_t base_length = base.length;
-    const uint32_t used = base_length % kChunkBytes;  // bytes in base's last chunk, 0 when it is full
-    DALTI_LZWEntry made;
-    made.chunk = used == 0 ? first : base.chunk | (static_cast<uint64_t>(first) << (8 * used));
-    made.length = base_length + 1;
-    made.chunk_prefix = static_cast<uint16_t>(used == 0 ? prev : base.chunk_prefix);
-    made.prefix = static_cast<uint16_t>(prev);
-    entry = made;
+// Makes entry `code` prev's string plus `first`.
+inline void add_entry(DALTI_LZWTable &t, uint32_t code, uint32_t prev, uint8_t first) {
+    const uint32_t base_length = t.length[prev];
+    const uint32_t used = base_length % kChunkBytes;  // bytes in prev's last chunk, 0 when it is full
+    const uint64_t keep = 0 - static_cast<uint64_t>(used != 0);
+    t.chunk[code] = (t.chunk[prev] & keep) | (static_cast<uint64_t>(first) << (8 * used));
+    t.length[code] = base_length + 1;
+    t.chunk_prefix[code] = static_cast<uint16_t>(used != 0 ? t.chunk_prefix[prev] : prev);
+    t.prefix[code] = static_cast<uint16_t>(prev);
+}
+
+// The common codes, as fast as they come: roots, table entries and the next free code, while the
+// row has room and the code lies well inside the current sub-block. A code is read straight from
+// the sub-block at a bit position (a 4-byte load holds any code at any bit offset), so no bits are
+// carried from one code to the next. Everything lives in local variables, so that the compiler
+// can keep it in registers although the line buffer's stores could alias any memory. Returns the
+// first code it does not handle (clear, end, beyond the table), already taken, or kNoCode when it
+// stopped at a row's or a sub-block's end without taking one.
+struct FastRun {
+    int32_t bit;  // position of the next code in the sub-block
+    int32_t width;
+    uint32_t next_free;
+    uint32_t grow_at;
+    uint32_t prev;
+    uint8_t first;
+    uint8_t *dst;
+};
+
+constexpr uint32_t kNoCode = UINT32_MAX;
+
+inline uint32_t load_le32(const uint8_t *p) {
+    uint32_t v;
+    std::memcpy(&v, p, 4);
+    if constexpr (std::endian::native == std::endian::big) v = __builtin_bswap32(v);
+    return v;
+}
+
+[[gnu::noinline]] uint32_t run_fast(FastRun &run, DALTI_LZWTable &t, const uint8_t *row_end, const uint8_t *block,
+                                    int32_t block_size) {
+    int32_t bit = run.bit;
+    int32_t width = run.width;
+    uint32_t mask = (1u << width) - 1;
+    uint32_t next_free = run.next_free;
+    uint32_t grow_at = run.grow_at;
+    uint32_t prev = run.prev;
+    uint8_t first = run.first;
+    uint8_t *dst = run.dst;
+    uint32_t unhandled = kNoCode;
+    // The 4-byte load at bit / 8 stays inside the sub-block.
+    const int32_t last_bit = 8 * (block_size - 4) + 7;
+    while (dst < row_end && bit <= last_bit) {
+        const uint32_t code = (load_le32(block + (bit >> 3)) >> (bit & 7)) & mask;
+        bit += width;
+        if (code < next_free) {
+            const uint32_t length = t.length[code];
+            if (length == 0) [[unlikely]] {  // clear or end
+                unhandled = code;
+                break;
+            }
+            first = write_chunks(t, code, length, dst);
+            dst += length;
+            if (next_free == DALTI_LZW_TABLE_SIZE) [[unlikely]] {
+                prev = code;
+                continue;
+            }
+            add_entry(t, next_free, prev, first);
+        } else if (code == next_free) {
+            // prev's string plus its own first byte: the entry about to be made.
+            add_entry(t, next_free, prev, first);
+            write_chunks(t, code, t.length[code], dst);
+            dst += t.length[code];
+        } else {
+            unhandled = code;
+            break;
+        }
+        prev = code;
+        if (++next_free == grow_at && static_cast<uint32_t>(width) < kMaxCodeWidth) [[unlikely]] {
+            ++width;
+            mask = (1u << width) - 1;
+            grow_at <<= 1;
+        }
+    }
+    run = FastRun{bit, width, next_free, grow_at, prev, first, dst};
+    return unhandled;
 }
 
 // Everything a decode loop hands on: the bit reader, the code state and the line position.
@@ -213,7 +301,7 @@ enum class LoopEnd { kDone, kCareful };
 class FrameDecoder {
 public:
     FrameDecoder(KOVRADALT_IO *io, DALTI_GIFDecoderInfo *rec, uint8_t *out)
-        : io_(io), rec_(rec), out_(out), input_(rec->input), table_(rec->lzw_entries), line_(rec->line_buffer),
+        : io_(io), rec_(rec), out_(out), input_(rec->input), table_(*rec->lzw_table), line_(rec->line_buffer),
           line_end_(rec->line_buffer + rec->line_buffer_size), clear_(1u << rec->lzw_min_code_size) {}
     int32_t run();
 
@@ -255,7 +343,7 @@ private:
     DALTI_GIFDecoderInfo *rec_;
     uint8_t *out_;
     DALTI_GIFInput *input_;
-    DALTI_LZWEntry *table_;
+    DALTI_LZWTable &table_;
     uint8_t *line_;
     uint8_t *line_end_;  // no string may end beyond it
     uint32_t clear_;
@@ -268,7 +356,7 @@ private:
 // no lengths.
 template <bool kCareful>
 LoopEnd FrameDecoder::loop(DecodeState &s) {
-    DALTI_LZWEntry *const table = table_;
+    DALTI_LZWTable &table = table_;
     uint8_t *const line = line_;
     uint8_t *const line_end = line_end_;
     const uint32_t clear = clear_;
@@ -281,6 +369,7 @@ LoopEnd FrameDecoder::loop(DecodeState &s) {
 
     // Local copies, so that the compiler can keep them in registers.
     uint8_t *p = s.reader.p;
+    uint8_t *block_begin = s.reader.block_begin;
     uint8_t *block_end = s.reader.block_end;
     uint8_t *data_end = s.reader.data_end;
     uint64_t acc = s.reader.acc;
@@ -296,7 +385,7 @@ LoopEnd FrameDecoder::loop(DecodeState &s) {
     int32_t rows = s.rows;
 
     auto save = [&]() {
-        s.reader = BitReader{p, block_end, data_end, acc, bits};
+        s.reader = BitReader{p, block_begin, block_end, data_end, acc, bits};
         s.width = width;
         s.next_free = next_free;
         s.grow_at = grow_at;
@@ -313,9 +402,10 @@ LoopEnd FrameDecoder::loop(DecodeState &s) {
     };
     // Makes `width` bits available through the slow path; false when the input stopped.
     auto fill = [&]() -> bool {
-        BitReader r{p, block_end, data_end, acc, bits};
+        BitReader r{p, block_begin, block_end, data_end, acc, bits};
         const Fill filled = fill_bits(r, width, buffer, io_);
         p = r.p;
+        block_begin = r.block_begin;
         block_end = r.block_end;
         data_end = r.data_end;
         acc = r.acc;
@@ -330,6 +420,30 @@ LoopEnd FrameDecoder::loop(DecodeState &s) {
         acc >>= width;
         bits -= width;
         return code;
+    };
+    // Runs the fast path when the bits held all come from the current sub-block, handing the bit
+    // position over and back. False when it stopped at the row's end.
+    auto fast_codes = [&](uint32_t &code) -> bool {
+        code = kNoCode;
+        const int64_t bit = (p - block_begin) * int64_t{8} - bits;
+        if (bit < 0) return true;
+        FastRun run{static_cast<int32_t>(bit), width, next_free, grow_at, prev, first, dst};
+        code = run_fast(run, table, row_end, block_begin, static_cast<int32_t>(block_end - block_begin));
+        p = block_begin + (run.bit >> 3);
+        acc = 0;
+        bits = 0;
+        if ((run.bit & 7) != 0) {
+            acc = *p++ >> (run.bit & 7);
+            bits = 8 - (run.bit & 7);
+        }
+        width = run.width;
+        mask = (1u << width) - 1;
+        next_free = run.next_free;
+        grow_at = run.grow_at;
+        prev = run.prev;
+        first = run.first;
+        dst = run.dst;
+        return code != kNoCode || dst < row_end;
     };
 
     uint32_t code = 0;
@@ -354,6 +468,12 @@ LoopEnd FrameDecoder::loop(DecodeState &s) {
                 } while (pos >= frame_width);
                 dst = line + pos;
             }
+            if constexpr (!kCareful) {
+                if (!fast_codes(code)) continue;  // stopped at the row's end
+                have_code = code != kNoCode;
+            }
+        }
+        if (!have_code) {
             // Topping the accumulator up on every code while the sub-block has eight bytes left
             // keeps this branch predictable; near a sub-block's end bytes come one at a time.
             // (bits | 56 equals bits + 8 * n for the n whole bytes that fit.)
@@ -370,16 +490,15 @@ LoopEnd FrameDecoder::loop(DecodeState &s) {
 
         if (code < next_free && code - clear > 1) [[likely]] {
             // A root or a table entry (code - clear wraps round for a root).
-            const DALTI_LZWEntry &e = table[code];
-            const uint32_t length = e.length;
+            const uint32_t length = table.length[code];
             if constexpr (kCareful) {
                 if (length - 1 >= static_cast<size_t>(line_end - dst)) return done(0);  // also refuses length 0
                 first = walk_string(table, code, dst);
             } else {
-                first = write_chunks(table, e.chunk, e.chunk_prefix, length, dst);
+                first = write_chunks(table, code, length, dst);
             }
             dst += length;
-            if (next_free < DALTI_LZW_TABLE_SIZE) add_entry(table[next_free], table[prev], prev, first);
+            if (next_free < DALTI_LZW_TABLE_SIZE) add_entry(table, next_free, prev, first);
         } else if (code == clear) {
             table_high = std::max(table_high, next_free);
             width = min_code_size + 1;
@@ -413,20 +532,19 @@ LoopEnd FrameDecoder::loop(DecodeState &s) {
             }
             // Not yet in the table: prev's string plus its own first byte, which is the entry
             // about to be made.
-            DALTI_LZWEntry &entry = table[next_free];
-            add_entry(entry, table[prev], prev, first);
-            write_chunks(table, entry.chunk, entry.chunk_prefix, entry.length, dst);
-            dst += entry.length;
+            add_entry(table, next_free, prev, first);
+            write_chunks(table, code, table.length[code], dst);
+            dst += table.length[code];
         } else {
             // Not yet in the table, or beyond it: the previous string again plus its first byte
             // (code 0's string when the previous code is itself beyond the table).
             const uint32_t base = prev < next_free ? prev : 0;
-            const uint32_t length = table[base].length;
+            const uint32_t length = table.length[base];
             if (length - 1 >= static_cast<size_t>(line_end - dst)) return done(0);
             walk_string(table, base, dst);
             dst[length] = first;
             dst += length + 1;
-            if (next_free < DALTI_LZW_TABLE_SIZE) add_entry(table[next_free], table[prev], prev, first);
+            if (next_free < DALTI_LZW_TABLE_SIZE) add_entry(table, next_free, prev, first);
         }
         if (next_free < DALTI_LZW_TABLE_SIZE) {
             ++next_free;
@@ -444,7 +562,7 @@ int32_t FrameDecoder::run() {
     const int32_t min_code_size = rec_->lzw_min_code_size;
     const uint32_t end_code = clear_ + 1;
     DecodeState s{};
-    s.reader = BitReader{input_->next, input_->next, input_->next + input_->avail, 0, 0};
+    s.reader = BitReader{input_->next, input_->next, input_->next, input_->next + input_->avail, 0, 0};
     s.width = min_code_size + 1;
     s.next_free = clear_ + 2;
     s.grow_at = 1u << s.width;
@@ -475,7 +593,7 @@ int32_t FrameDecoder::run() {
 }
 
 bool record_can_decode(const DALTI_GIFDecoderInfo *rec) {
-    if (rec->lzw_entries == nullptr || rec->line_buffer == nullptr || !kovra::gif::input_is_sound(rec->input)) {
+    if (rec->lzw_table == nullptr || rec->line_buffer == nullptr || !kovra::gif::input_is_sound(rec->input)) {
         return false;
     }
     // A row must fit in the line buffer, and the first index must land inside it.

@@ -106,21 +106,22 @@ typedef struct DALTI_GIFDecoderInfo {
     int32_t row_colors_capacity;   /* colour words in row_colors */
     int32_t canvas_width;          /* canvas geometry when it was allocated */
     int32_t canvas_height;
-    struct DALTI_LZWEntry *lzw_entries; /* the frame decoder's own table, 4096 entries, owned */
+    struct DALTI_LZWTable *lzw_table; /* the frame decoder's own table, owned */
     uint32_t lzw_table_used;       /* entries an earlier decode may have filled */
     int32_t lzw_roots_ready;       /* code size + 1 whose roots the table holds, 0 for none */
 } DALTI_GIFDecoderInfo;
 
-/* One entry of the frame decoder's table. A string is kept twice: byte by byte (the last byte,
- * and `prefix`, the code of the string without it) and in chunks of eight bytes counted from the
- * string's start (`chunk`, the last one, holding one to eight bytes, and `chunk_prefix`, the
- * code of the string before it). The last byte is byte (length - 1) % 8 of `chunk`; bytes above it are zero. */
-typedef struct DALTI_LZWEntry {
-    uint64_t chunk;         /* first byte lowest */
-    uint32_t length;
-    uint16_t chunk_prefix;
-    uint16_t prefix;
-} DALTI_LZWEntry;
+/* The frame decoder's translation table. A code's string is kept twice: byte by byte (its last
+ * byte, and `prefix`, the code of the string without it) and in chunks of eight bytes counted from
+ * the string's start (`chunk`, the last one, holding one to eight bytes with the first lowest, and
+ * `chunk_prefix`, the code of the string before it). The last byte is byte (length - 1) % 8 of
+ * `chunk`; bytes above it are zero. */
+typedef struct DALTI_LZWTable {
+    uint64_t chunk[DALTI_LZW_TABLE_SIZE];
+    uint32_t length[DALTI_LZW_TABLE_SIZE];
+    uint16_t chunk_prefix[DALTI_LZW_TABLE_SIZE];
+    uint16_t prefix[DALTI_LZW_TABLE_SIZE];
+} DALTI_LZWTable;
 
 /* ---- Record, header and colour tables ---- */
 
