@@ -7,12 +7,12 @@
 #include "exif/info_release.h"
 
 #include <cmath>
-#include <cstring>
 #include <fstream>
-#include <initializer_list>
 #include <iterator>
+#include <string_view>
 #include <vector>
 
+#include "json_writer.h"
 #include "kovra_decinfo.h"
 #include "kovra_os.h"
 
@@ -33,26 +33,6 @@ std::string rational(const DALTJ_Rational &r) { return std::to_string(r.numerato
 std::string srational(const DALTJ_SRational &r) {
     return std::to_string(r.numerator) + "/" + std::to_string(r.denominator);
 }
-
-std::string json_string(const char *text, size_t n) {
-    std::string out = "\"";
-    for (size_t i = 0; i < n; ++i) {
-        const auto c = static_cast<unsigned char>(text[i]);
-        if (c == '"' || c == '\\') {
-            out += '\\';
-            out += static_cast<char>(c);
-        } else if (c < 0x20 || c >= 0x7F) {
-            char escape[8];
-            std::snprintf(escape, sizeof escape, "\\u%04x", c);
-            out += escape;
-        } else {
-            out += static_cast<char>(c);
-        }
-    }
-    return out + "\"";
-}
-
-std::string json_string(const char *text) { return text != nullptr ? json_string(text, std::strlen(text)) : "null"; }
 
 std::string short_text(const char *text, size_t max) {
     size_t n = 0;
@@ -77,72 +57,91 @@ std::string dms_text(const DALTJ_Rational dms[3], const char *ref) {
     return text;
 }
 
-// One "name": value pair of a JSON object under construction.
-struct JsonObject {
-    std::string text = "{";
-    void add(const char *name, const std::string &json_value) {
-        if (text.size() > 1) text += ",";
-        text += "\"";
-        text += name;
-        text += "\":";
-        text += json_value;
+constexpr int kDecimalDigits = 6;  // of the signed decimal degrees, as in the text output
+
+// A string field: its bytes up to the terminator, or null when the file did not have it.
+void string_json(JsonWriter &json, const char *text) {
+    if (text != nullptr) {
+        json.byte_string(text);
+    } else {
+        json.null();
     }
-    void add(const char *name, uint32_t value) { add(name, std::to_string(value)); }
-    std::string done() { return text + "}"; }
-};
-
-// A JSON array of already formatted values.
-std::string json_array(std::initializer_list<std::string> items) {
-    std::string out(1, '[');
-    for (const std::string &item : items) {
-        if (out.size() > 1) out.append(",");
-        out.append(item);
-    }
-    out.push_back(']');
-    return out;
 }
 
-std::string json_rational(const DALTJ_Rational &r) {
-    return json_array({std::to_string(r.numerator), std::to_string(r.denominator)});
-}
-std::string json_srational(const DALTJ_SRational &r) {
-    return json_array({std::to_string(r.numerator), std::to_string(r.denominator)});
-}
-std::string json_rationals(const DALTJ_Rational *r) {
-    return json_array({json_rational(r[0]), json_rational(r[1]), json_rational(r[2])});
+void rational_json(JsonWriter &json, const DALTJ_Rational &r) {
+    json.begin_array();
+    json.value(r.numerator);
+    json.value(r.denominator);
+    json.end_array();
 }
 
-std::string gps_json(const DALTJ_GpsInfo &g) {
-    JsonObject o;
-    o.add("version_id", json_array({std::to_string(g.version_id[0]), std::to_string(g.version_id[1]),
-                                    std::to_string(g.version_id[2]), std::to_string(g.version_id[3])}));
-    o.add("latitude_ref", json_string(short_text(g.latitude_ref, 2).c_str()));
-    o.add("latitude", json_rationals(g.latitude));
-    o.add("latitude_decimal", number(decimal_degrees(g.latitude, g.latitude_ref)));
-    o.add("longitude_ref", json_string(short_text(g.longitude_ref, 2).c_str()));
-    o.add("longitude", json_rationals(g.longitude));
-    o.add("longitude_decimal", number(decimal_degrees(g.longitude, g.longitude_ref)));
-    o.add("altitude_ref", g.altitude_ref);
-    o.add("altitude", json_rational(g.altitude));
-    o.add("time_stamp", json_rationals(g.time_stamp));
-    o.add("map_datum", json_string(g.map_datum));
-    o.add("processing_method_present", g.processing_method != nullptr ? "true" : "false");
-    o.add("date_stamp", json_string(short_text(g.date_stamp, 11).c_str()));
-    return o.done();
+void srational_json(JsonWriter &json, const DALTJ_SRational &r) {
+    json.begin_array();
+    json.value(r.numerator);
+    json.value(r.denominator);
+    json.end_array();
 }
 
-std::string thumbnail_json(const DALTJ_ThumbnailInfo &t) {
-    JsonObject o;
-    o.add("present", t.present);
-    o.add("width", t.width);
-    o.add("height", t.height);
-    o.add("compression", t.compression);
-    o.add("photometric", t.photometric);
-    o.add("byte_count", t.byte_count);
-    o.add("data_offset", t.data_offset);
-    o.add("planar_configuration", t.planar_configuration);
-    o.add("tag_4173", t.tag_4173);
-    return o.done();
+void rationals_json(JsonWriter &json, const DALTJ_Rational r[3]) {
+    json.begin_array();
+    for (int i = 0; i < 3; ++i) rational_json(json, r[i]);
+    json.end_array();
+}
+
+void gps_json(JsonWriter &json, const DALTJ_GpsInfo &g) {
+    json.begin_object();
+    json.key("version_id");
+    json.begin_array();
+    for (const uint8_t part : g.version_id) json.value(static_cast<uint32_t>(part));
+    json.end_array();
+    json.key("latitude_ref");
+    json.byte_string(short_text(g.latitude_ref, 2));
+    json.key("latitude");
+    rationals_json(json, g.latitude);
+    json.key("latitude_decimal");
+    json.fixed(decimal_degrees(g.latitude, g.latitude_ref), kDecimalDigits);
+    json.key("longitude_ref");
+    json.byte_string(short_text(g.longitude_ref, 2));
+    json.key("longitude");
+    rationals_json(json, g.longitude);
+    json.key("longitude_decimal");
+    json.fixed(decimal_degrees(g.longitude, g.longitude_ref), kDecimalDigits);
+    json.key("altitude_ref");
+    json.value(g.altitude_ref);
+    json.key("altitude");
+    rational_json(json, g.altitude);
+    json.key("time_stamp");
+    rationals_json(json, g.time_stamp);
+    json.key("map_datum");
+    string_json(json, g.map_datum);
+    json.key("processing_method_present");
+    json.value(g.processing_method != nullptr);
+    json.key("date_stamp");
+    json.byte_string(short_text(g.date_stamp, 11));
+    json.end_object();
+}
+
+void thumbnail_json(JsonWriter &json, const DALTJ_ThumbnailInfo &t) {
+    json.begin_object();
+    json.key("present");
+    json.value(t.present);
+    json.key("width");
+    json.value(t.width);
+    json.key("height");
+    json.value(t.height);
+    json.key("compression");
+    json.value(t.compression);
+    json.key("photometric");
+    json.value(t.photometric);
+    json.key("byte_count");
+    json.value(t.byte_count);
+    json.key("data_offset");
+    json.value(t.data_offset);
+    json.key("planar_configuration");
+    json.value(t.planar_configuration);
+    json.key("tag_4173");
+    json.value(t.tag_4173);
+    json.end_object();
 }
 
 }  // namespace
@@ -253,43 +252,75 @@ void ExifReport::print_text(FILE *out, const char *indent) const {
     }
 }
 
-std::string ExifReport::json() const {
+void ExifReport::write_json(JsonWriter &json) const {
     const DALTJ_ExifInfo &e = info_;
-    JsonObject o;
-    o.add("found", found_ ? "true" : "false");
-    if (tiff_) o.add("tiff_jpeg_offset", tiff_jpeg_offset_);
-    o.add("bits_per_sample", json_array({std::to_string(e.bits_per_sample[0]), std::to_string(e.bits_per_sample[1]),
-                                         std::to_string(e.bits_per_sample[2])}));
-    o.add("compression", e.compression);
-    o.add("make", json_string(e.make));
-    o.add("model", json_string(e.model));
-    o.add("orientation", e.orientation);
-    o.add("x_resolution", json_rational(e.x_resolution));
-    o.add("y_resolution", json_rational(e.y_resolution));
-    o.add("resolution_unit", e.resolution_unit);
-    o.add("software", json_string(e.software));
-    o.add("ycbcr_positioning", e.ycbcr_positioning);
-    o.add("rights_notice", json_string(e.rights_notice));
-    o.add("exposure_time", json_rational(e.exposure_time));
-    o.add("exif_version",
-          e.exif_version != nullptr ? json_string(reinterpret_cast<const char *>(e.exif_version), 4) : "null");
-    o.add("date_time_original", json_string(e.date_time_original));
-    o.add("date_time_digitized", json_string(e.date_time_digitized));
-    o.add("flash", e.flash);
-    o.add("color_space", e.color_space);
-    o.add("pixel_x_dimension", e.pixel_x_dimension);
-    o.add("pixel_y_dimension", e.pixel_y_dimension);
-    o.add("exposure_mode", e.exposure_mode);
-    o.add("white_balance", e.white_balance);
-    o.add("digital_zoom_ratio", json_rational(e.digital_zoom_ratio));
-    o.add("focal_length", json_rational(e.focal_length));
-    o.add("iso_speed", e.iso_speed);
-    o.add("exposure_bias", json_srational(e.exposure_bias));
-    o.add("f_number", json_rational(e.f_number));
-    o.add("shutter_speed", json_srational(e.shutter_speed));
-    o.add("thumbnail", thumbnail_json(e.thumbnail));
-    o.add("gps", e.gps != nullptr ? gps_json(*e.gps) : "null");
-    return o.done();
+    const auto field = [&json](const char *name, uint32_t value) {
+        json.key(name);
+        json.value(value);
+    };
+    json.begin_object();
+    json.key("found");
+    json.value(found_);
+    if (tiff_) field("tiff_jpeg_offset", tiff_jpeg_offset_);
+    json.key("bits_per_sample");
+    json.begin_array();
+    for (const uint32_t bits : e.bits_per_sample) json.value(bits);
+    json.end_array();
+    field("compression", e.compression);
+    json.key("make");
+    string_json(json, e.make);
+    json.key("model");
+    string_json(json, e.model);
+    field("orientation", e.orientation);
+    json.key("x_resolution");
+    rational_json(json, e.x_resolution);
+    json.key("y_resolution");
+    rational_json(json, e.y_resolution);
+    field("resolution_unit", e.resolution_unit);
+    json.key("software");
+    string_json(json, e.software);
+    field("ycbcr_positioning", e.ycbcr_positioning);
+    json.key("rights_notice");
+    string_json(json, e.rights_notice);
+    json.key("exposure_time");
+    rational_json(json, e.exposure_time);
+    // Four bytes, not a terminated string: a zero byte among them is written as \u0000.
+    json.key("exif_version");
+    if (e.exif_version != nullptr) {
+        json.byte_string(std::string_view(reinterpret_cast<const char *>(e.exif_version), 4));
+    } else {
+        json.null();
+    }
+    json.key("date_time_original");
+    string_json(json, e.date_time_original);
+    json.key("date_time_digitized");
+    string_json(json, e.date_time_digitized);
+    field("flash", e.flash);
+    field("color_space", e.color_space);
+    field("pixel_x_dimension", e.pixel_x_dimension);
+    field("pixel_y_dimension", e.pixel_y_dimension);
+    field("exposure_mode", e.exposure_mode);
+    field("white_balance", e.white_balance);
+    json.key("digital_zoom_ratio");
+    rational_json(json, e.digital_zoom_ratio);
+    json.key("focal_length");
+    rational_json(json, e.focal_length);
+    field("iso_speed", e.iso_speed);
+    json.key("exposure_bias");
+    srational_json(json, e.exposure_bias);
+    json.key("f_number");
+    rational_json(json, e.f_number);
+    json.key("shutter_speed");
+    srational_json(json, e.shutter_speed);
+    json.key("thumbnail");
+    thumbnail_json(json, e.thumbnail);
+    json.key("gps");
+    if (e.gps != nullptr) {
+        gps_json(json, *e.gps);
+    } else {
+        json.null();
+    }
+    json.end_object();
 }
 
 }  // namespace kovra::tool

@@ -1,6 +1,6 @@
 // EXIF and TIFF metadata of one file, as the tool shows it: read through the library (a JPEG's
 // APP1 block by DALTJ_GetExifInfo over the file; a TIFF file's own IFDs by DALTJ_ReadExifInfo,
-// and its embedded JPEG by DALTJ_ReadTiffInfo), then printed as text or as a JSON object.
+// and its embedded JPEG by DALTJ_ReadTiffInfo), then printed as text or written as a JSON object.
 #pragma once
 
 #include <cstdint>
@@ -10,6 +10,8 @@
 #include "kovra_exif.h"
 
 namespace kovra::tool {
+
+class JsonWriter;
 
 class ExifReport {
 public:
@@ -26,8 +28,9 @@ public:
 
     // Every field the record holds, one per line, each line starting with `indent`.
     void print_text(FILE *out, const char *indent) const;
-    // The whole record as one JSON object (every field, empty ones as 0 or null).
-    std::string json() const;
+    // The whole record as one JSON object (every field, empty ones as 0 or null), written as the
+    // writer's next value.
+    void write_json(JsonWriter &json) const;
 
 private:
     bool opened_ = false;

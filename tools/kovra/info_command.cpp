@@ -110,7 +110,7 @@ void print_json(JsonWriter &json, const ImageSummary &s, bool with_exif) {
         json.value(s.total_delay_ms);
         if (with_exif) {
             json.key("exif");
-            json.raw(ExifReport(s.path).json());
+            ExifReport(s.path).write_json(json);
         }
     }
     json.end_object();

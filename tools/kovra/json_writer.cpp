@@ -1,5 +1,7 @@
 #include "json_writer.h"
 
+#include <cmath>
+
 namespace kovra::tool {
 
 void JsonWriter::before_value() {
@@ -13,12 +15,13 @@ void JsonWriter::before_value() {
     }
 }
 
-void JsonWriter::write_string(const std::string &text) {
+void JsonWriter::write_string(std::string_view text, Escape escape) {
     std::fputc('"', out_);
-    for (unsigned char c : text) {
+    for (const char byte : text) {
+        const auto c = static_cast<unsigned char>(byte);
         if (c == '"' || c == '\\') {
             std::fprintf(out_, "\\%c", c);
-        } else if (c < 0x20) {
+        } else if (c < 0x20 || (escape == Escape::kAllButPrintableAscii && c >= 0x7F)) {
             std::fprintf(out_, "\\u%04x", c);
         } else {
             std::fputc(c, out_);
@@ -49,21 +52,21 @@ void JsonWriter::end_array() {
     std::fputc(']', out_);
 }
 
-void JsonWriter::raw(const std::string &json) {
-    before_value();
-    std::fputs(json.c_str(), out_);
-}
-
 void JsonWriter::key(const std::string &name) {
     before_value();
-    write_string(name);
+    write_string(name, Escape::kControlOnly);
     std::fputc(':', out_);
     after_key_ = true;
 }
 
 void JsonWriter::value(const std::string &text) {
     before_value();
-    write_string(text);
+    write_string(text, Escape::kControlOnly);
+}
+
+void JsonWriter::byte_string(std::string_view bytes) {
+    before_value();
+    write_string(bytes, Escape::kAllButPrintableAscii);
 }
 
 void JsonWriter::value(int64_t number) {
@@ -74,6 +77,20 @@ void JsonWriter::value(int64_t number) {
 void JsonWriter::value(bool flag) {
     before_value();
     std::fputs(flag ? "true" : "false", out_);
+}
+
+void JsonWriter::fixed(double number, int decimals) {
+    if (!std::isfinite(number)) {
+        null();
+        return;
+    }
+    before_value();
+    std::fprintf(out_, "%.*f", decimals, number);
+}
+
+void JsonWriter::null() {
+    before_value();
+    std::fputs("null", out_);
 }
 
 void JsonWriter::finish() { std::fputc('\n', out_); }

@@ -1,10 +1,17 @@
-// A very small JSON writer for the tool's --json output: objects, arrays, strings and unsigned or
-// signed integers, written straight to a FILE with commas and escaping taken care of.
+// A very small JSON writer for the tool's --json output: objects, arrays, strings, integers,
+// fixed-point decimals and null, written straight to a FILE with commas and escaping taken care of.
+//
+// Strings come in two kinds. value(text) is text the tool already holds as UTF-8 (file names,
+// type names): bytes from 0x80 up pass through. byte_string(bytes) is a run of bytes of no known
+// encoding, such as an EXIF ASCII field read from a file: every byte outside printable ASCII is
+// written as \u00XX (the byte read as Latin-1), so the document stays valid UTF-8 JSON whatever
+// the file held.
 #pragma once
 
 #include <cstdint>
 #include <cstdio>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace kovra::tool {
@@ -24,14 +31,20 @@ public:
     void value(uint32_t number) { value(static_cast<int64_t>(number)); }
     void value(int32_t number) { value(static_cast<int64_t>(number)); }
     void value(bool flag);
-    // A value already written as JSON text (an object or array built elsewhere).
-    void raw(const std::string &json);
+    // A string literal would silently become the bool overload: pass a std::string instead.
+    void value(const char *) = delete;
+    // `number` with exactly `decimals` digits after the point; null when it is not finite.
+    void fixed(double number, int decimals);
+    void null();
+    void byte_string(std::string_view bytes);
     // Ends the document with a newline.
     void finish();
 
 private:
+    enum class Escape { kControlOnly, kAllButPrintableAscii };
+
     void before_value();
-    void write_string(const std::string &text);
+    void write_string(std::string_view text, Escape escape);
 
     FILE *out_;
     std::vector<bool> first_in_level_;  // one entry per open object or array
