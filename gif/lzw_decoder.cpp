@@ -142,9 +142,7 @@ void clear_entries(DALTI_LZWTable &t, uint32_t from, uint32_t end) {
     if (end <= from) return;
     const size_t count = end - from;
     std::memset(t.chunk + from, 0, count * sizeof t.chunk[0]);
-    std::memset(t.length + from, 0, count * sizeof t.length[0]);
-    std::memset(t.chunk_prefix + from, 0, count * sizeof t.chunk_prefix[0]);
-    std::memset(t.prefix + from, 0, count * sizeof t.prefix[0]);
+    std::memset(t.link + from, 0, count * sizeof t.link[0]);
 }
 
 void reset_table(DALTI_GIFDecoderInfo *rec) {
@@ -157,7 +155,7 @@ void reset_table(DALTI_GIFDecoderInfo *rec) {
         clear_entries(t, 0, clear + 2);
         for (uint32_t code = 0; code < clear; ++code) {
             t.chunk[code] = code & 0xFFu;
-            t.length[code] = 1;
+            t.link[code] = 1;
         }
         rec->lzw_roots_ready = size + 1;
     }
@@ -165,17 +163,21 @@ void reset_table(DALTI_GIFDecoderInfo *rec) {
     rec->lzw_table_used = clear + 2;
 }
 
+inline uint32_t length_of(uint64_t link) { return static_cast<uint32_t>(link); }
+inline uint32_t chunk_prefix_of(uint64_t link) { return static_cast<uint32_t>(link >> 32) & 0xFFFFu; }
+inline uint32_t prefix_of(uint64_t link) { return static_cast<uint32_t>(link >> 48); }
+
 inline uint8_t last_byte(const DALTI_LZWTable &t, uint32_t code) {
-    return static_cast<uint8_t>(t.chunk[code] >> (8 * ((t.length[code] - 1) % kChunkBytes)));
+    return static_cast<uint8_t>(t.chunk[code] >> (8 * ((length_of(t.link[code]) - 1) % kChunkBytes)));
 }
 
 // Writes code's string at dst byte by byte through the prefix chain, last byte first (it has
 // been checked to fit); returns its first byte.
 inline uint8_t walk_string(const DALTI_LZWTable &t, uint32_t code, uint8_t *dst) {
-    uint8_t *end = dst + t.length[code];
+    uint8_t *end = dst + length_of(t.link[code]);
     while (end != dst) {
         *--end = last_byte(t, code);
-        code = t.prefix[code];
+        code = prefix_of(t.link[code]);
     }
     return dst[0];
 }
@@ -188,22 +190,24 @@ inline uint8_t write_chunks(const DALTI_LZWTable &t, uint32_t code, uint32_t len
     store_le64(at, chunk);
     while (at != dst) [[unlikely]] {
         at -= kChunkBytes;
-        code = t.chunk_prefix[code];
+        code = chunk_prefix_of(t.link[code]);
         chunk = t.chunk[code];
         store_le64(at, chunk);
     }
     return static_cast<uint8_t>(chunk);
 }
 
-// Makes entry `code` prev's string plus `first`.
+// Makes entry `code` prev's string plus `first`. (A length that wraps past 32 bits, which only
+// the careful loop's stale entries could reach, spills into the chunk prefix, which that loop
+// never reads.)
 inline void add_entry(DALTI_LZWTable &t, uint32_t code, uint32_t prev, uint8_t first) {
-    const uint32_t base_length = t.length[prev];
-    const uint32_t used = base_length % kChunkBytes;  // bytes in prev's last chunk, 0 when it is full
-    const uint64_t keep = 0 - static_cast<uint64_t>(used != 0);
-    t.chunk[code] = (t.chunk[prev] & keep) | (static_cast<uint64_t>(first) << (8 * used));
-    t.length[code] = base_length + 1;
-    t.chunk_prefix[code] = static_cast<uint16_t>(used != 0 ? t.chunk_prefix[prev] : prev);
-    t.prefix[code] = static_cast<uint16_t>(prev);
+    const uint64_t base = t.link[prev];
+    const uint32_t used = length_of(base) % kChunkBytes;  // bytes in prev's last chunk, 0 when it is full
+    const uint64_t shifted_first = static_cast<uint64_t>(first) << (8 * used);
+    const uint64_t same_chunk = (base & 0x0000FFFFFFFFFFFFu) + 1;
+    const uint64_t new_chunk = (base & 0xFFFFFFFFu) + 1 + (static_cast<uint64_t>(prev) << 32);
+    t.chunk[code] = used != 0 ? t.chunk[prev] | shifted_first : shifted_first;
+    t.link[code] = (used != 0 ? same_chunk : new_chunk) | (static_cast<uint64_t>(prev) << 48);
 }
 
 // The common codes, as fast as they come: roots, table entries and the next free code, while the
@@ -249,7 +253,7 @@ inline uint32_t load_le32(const uint8_t *p) {
         const uint32_t code = (load_le32(block + (bit >> 3)) >> (bit & 7)) & mask;
         bit += width;
         if (code < next_free) {
-            const uint32_t length = t.length[code];
+            const uint32_t length = length_of(t.link[code]);
             if (length == 0) [[unlikely]] {  // clear or end
                 unhandled = code;
                 break;
@@ -264,8 +268,9 @@ inline uint32_t load_le32(const uint8_t *p) {
         } else if (code == next_free) {
             // prev's string plus its own first byte: the entry about to be made.
             add_entry(t, next_free, prev, first);
-            write_chunks(t, code, t.length[code], dst);
-            dst += t.length[code];
+            const uint32_t length = length_of(t.link[code]);
+            write_chunks(t, code, length, dst);
+            dst += length;
         } else {
             unhandled = code;
             break;
@@ -490,7 +495,7 @@ LoopEnd FrameDecoder::loop(DecodeState &s) {
 
         if (code < next_free && code - clear > 1) [[likely]] {
             // A root or a table entry (code - clear wraps round for a root).
-            const uint32_t length = table.length[code];
+            const uint32_t length = length_of(table.link[code]);
             if constexpr (kCareful) {
                 if (length - 1 >= static_cast<size_t>(line_end - dst)) return done(0);  // also refuses length 0
                 first = walk_string(table, code, dst);
@@ -533,13 +538,14 @@ LoopEnd FrameDecoder::loop(DecodeState &s) {
             // Not yet in the table: prev's string plus its own first byte, which is the entry
             // about to be made.
             add_entry(table, next_free, prev, first);
-            write_chunks(table, code, table.length[code], dst);
-            dst += table.length[code];
+            const uint32_t length = length_of(table.link[code]);
+            write_chunks(table, code, length, dst);
+            dst += length;
         } else {
             // Not yet in the table, or beyond it: the previous string again plus its first byte
             // (code 0's string when the previous code is itself beyond the table).
             const uint32_t base = prev < next_free ? prev : 0;
-            const uint32_t length = table.length[base];
+            const uint32_t length = length_of(table.link[base]);
             if (length - 1 >= static_cast<size_t>(line_end - dst)) return done(0);
             walk_string(table, base, dst);
             dst[length] = first;
