@@ -13,6 +13,8 @@
 // frame-path packing (color_words.h), canvas columns included. Screen rows at or below the screen's
 // bottom and frames starting at or right of its right edge are dropped without stepping out_row.
 
+#include "gif/frame_composer.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -22,67 +24,74 @@
 #include "gif/row_bounds.h"
 #include "kovra_gif.h"
 
+namespace kovra::gif {
 namespace {
-
-using namespace kovra::gif;
 
 enum class Disposal { kKeep, kRestorePrevious, kRestoreBackground };
 enum class Packing { kNone, kRgba, kFrameBgra };
 
-struct RowSpan {
-    int32_t first_col;  // first output column inside the frame
-    int32_t end_col;    // first output column right of it
-};
+using Frame = FrameLineComposer::Frame;
+using RowComposer = FrameLineComposer::RowComposer;
 
 template <Packing kPacking>
-inline void put(uint8_t *dst, int32_t k, uint32_t word) {
+inline uint32_t packed(uint32_t word) {
     if constexpr (kPacking == Packing::kRgba) {
-        store_le32(dst + 4 * k, rgba_pixel(word));
-    } else if constexpr (kPacking == Packing::kFrameBgra) {
-        store_le32(dst + 4 * k, frame_bgra_pixel(word));
+        return rgba_pixel(word);
+    } else {
+        return frame_bgra_pixel(word);
     }
 }
 
-template <Disposal kDisposal, bool kTransparency>
-inline uint32_t compose(uint8_t index, uint32_t *canvas_px, const uint32_t *colors, int32_t transparent) {
-    const uint32_t old = *canvas_px;
-    const bool clear = kTransparency && static_cast<int32_t>(index) == transparent;
-    const uint32_t shown = clear ? old : colors[index];
-    if constexpr (kDisposal == Disposal::kRestoreBackground) {
-        *canvas_px = kTransparency ? GIF_COLOR_UNSET : kCanvasWhite;
-    } else if constexpr (kDisposal == Disposal::kKeep) {
-        *canvas_px = shown;
-    }
-    return shown;
+template <Packing kPacking>
+inline void put(uint8_t *dst, int32_t k, uint32_t pixel) {
+    if constexpr (kPacking != Packing::kNone) store_le32(dst + 4 * static_cast<int64_t>(k), pixel);
 }
 
-// One output row: canvas columns around the frame's span, composed pixels inside it. The composed
-// row goes straight to the output; the canvas takes what the disposal method leaves.
+// One frame pixel: the transparent index shows the canvas, any other its colour; the canvas
+// takes what the disposal method leaves.
 template <Disposal kDisposal, bool kTransparency, Packing kPacking>
-void compose_row(const DALTI_GIFDecoderInfo *rec, const RowSpan &span, uint32_t *canvas_line, uint8_t *dst) {
-    const int32_t out_w = rec->row_out_width;
-    for (int32_t k = 0; k < span.first_col; ++k) put<kPacking>(dst, k, canvas_line[k]);
+inline void compose_pixel(uint8_t index, uint32_t *canvas_px, uint8_t *dst, int32_t k, const uint32_t *colors,
+                          const Frame &frame, int32_t transparent) {
+    if (kTransparency && static_cast<int32_t>(index) == transparent) {
+        if constexpr (kPacking != Packing::kNone) put<kPacking>(dst, k, packed<kPacking>(*canvas_px));
+    } else {
+        put<kPacking>(dst, k, frame.shown[index]);
+        if constexpr (kDisposal == Disposal::kKeep) *canvas_px = colors[index];
+    }
+    if constexpr (kDisposal == Disposal::kRestoreBackground) *canvas_px = kTransparency ? GIF_COLOR_UNSET : kCanvasWhite;
+}
+
+// One output row: canvas columns around the frame's span, composed pixels inside it.
+template <Disposal kDisposal, bool kTransparency, Packing kPacking>
+void compose_row(const DALTI_GIFDecoderInfo *rec, const Frame &frame, uint32_t *canvas_line, uint8_t *dst) {
+    const int32_t first_col = frame.first_col;
+    const int32_t end_col = frame.end_col;
+    const int32_t out_w = frame.out_width;
+    if constexpr (kPacking != Packing::kNone) {
+        for (int32_t k = 0; k < first_col; ++k) put<kPacking>(dst, k, packed<kPacking>(canvas_line[k]));
+    }
     const uint8_t *line = rec->line_buffer;
     const uint32_t *colors = rec->active_colors;
     const int32_t transparent = rec->transparent_index;
-    if (rec->screen_width == out_w) {
-        // Same width: output column k is screen column k, and the span starts at frame_left.
-        for (int32_t k = span.first_col, i = 0; k < span.end_col; ++k, ++i) {
-            put<kPacking>(dst, k, compose<kDisposal, kTransparency>(line[i], canvas_line + k, colors, transparent));
+    if (frame.same_width) {
+        // Output column k is screen column k, and the span starts at frame_left.
+        for (int32_t k = first_col; k < end_col; ++k) {
+            compose_pixel<kDisposal, kTransparency, kPacking>(line[k - first_col], canvas_line + k, dst, k, colors,
+                                                              frame, transparent);
         }
     } else {
         const int64_t left = rec->frame_left;
-        ColumnWalk walk(span.first_col, rec->screen_width, out_w);
-        for (int32_t k = span.first_col; k < span.end_col; ++k) {
-            const uint8_t index = line[walk.x() - left];
-            put<kPacking>(dst, k, compose<kDisposal, kTransparency>(index, canvas_line + k, colors, transparent));
+        ColumnWalk walk(first_col, rec->screen_width, out_w);
+        for (int32_t k = first_col; k < end_col; ++k) {
+            compose_pixel<kDisposal, kTransparency, kPacking>(line[walk.x() - left], canvas_line + k, dst, k, colors,
+                                                              frame, transparent);
             walk.next();
         }
     }
-    for (int32_t k = span.end_col; k < out_w; ++k) put<kPacking>(dst, k, canvas_line[k]);
+    if constexpr (kPacking != Packing::kNone) {
+        for (int32_t k = end_col; k < out_w; ++k) put<kPacking>(dst, k, packed<kPacking>(canvas_line[k]));
+    }
 }
-
-using RowComposer = void (*)(const DALTI_GIFDecoderInfo *, const RowSpan &, uint32_t *, uint8_t *);
 
 template <Disposal kDisposal, bool kTransparency>
 RowComposer composer_for_packing(Packing packing) {
@@ -114,7 +123,14 @@ Packing packing_of(int32_t format) {
     return Packing::kNone;
 }
 
-// True when the record's buffers can hold every row this call may touch.
+void fill_shown(const uint32_t *colors, Packing packing, uint32_t *shown) {
+    if (colors == nullptr) return;
+    for (int32_t i = 0; i < DALTI_GIF_PALETTE_SLOTS; ++i) {
+        shown[i] = packing == Packing::kRgba ? packed<Packing::kRgba>(colors[i]) : packed<Packing::kFrameBgra>(colors[i]);
+    }
+}
+
+// True when the record's buffers can hold every row this frame may touch.
 bool frame_buffers_fit(const DALTI_GIFDecoderInfo *rec) {
     const int32_t out_w = rec->row_out_width;
     if (rec->canvas == nullptr || rec->line_buffer == nullptr || rec->active_colors == nullptr || out_w < 1) {
@@ -126,33 +142,46 @@ bool frame_buffers_fit(const DALTI_GIFDecoderInfo *rec) {
 
 }  // namespace
 
-extern "C" KOVRA_API int32_t DALTI_MakeFrameLineBuffer(DALTI_GIFDecoderInfo *rec) {
-    if (rec->out_row >= rec->screen_height || rec->frame_left >= rec->screen_width) return 1;
-    if (!frame_buffers_fit(rec)) return 0;
+FrameLineComposer::FrameLineComposer(const DALTI_GIFDecoderInfo *rec) : frame_{} {
+    buffers_fit_ = frame_buffers_fit(rec);
     const int32_t screen_w = rec->screen_width;
     const int32_t out_w = rec->row_out_width;
     const int64_t right = std::min<int64_t>(static_cast<int64_t>(rec->frame_left) + rec->frame_width, screen_w);
-    RowSpan span{first_column_at(rec->frame_left, screen_w, out_w), first_column_at(right, screen_w, out_w)};
-    if (span.end_col < span.first_col) span.end_col = span.first_col;
-    const OutputRows rows = output_rows_of(rec->out_row, rec->first_out_row, rec->screen_height, rec->out_height);
+    frame_.first_col = first_column_at(rec->frame_left, screen_w, out_w);
+    frame_.end_col = std::max(first_column_at(right, screen_w, out_w), frame_.first_col);
+    frame_.out_width = out_w;
+    frame_.same_width = screen_w == out_w;
     const Packing packing = packing_of(rec->output_format);
-    const RowComposer with_output = composer_for(rec, packing);
-    const RowComposer canvas_only = composer_for(rec, Packing::kNone);
-    const int64_t row_bytes = packing == Packing::kNone ? 0 : static_cast<int64_t>(out_w) * 4;
+    frame_.row_bytes = packing == Packing::kNone ? 0 : static_cast<int64_t>(out_w) * 4;
+    with_output_ = composer_for(rec, packing);
+    canvas_only_ = composer_for(rec, Packing::kNone);
+    if (buffers_fit_ && packing != Packing::kNone) fill_shown(rec->active_colors, packing, frame_.shown);
+}
+
+int32_t FrameLineComposer::compose_line(DALTI_GIFDecoderInfo *rec) const {
+    if (rec->out_row >= rec->screen_height || rec->frame_left >= rec->screen_width) return 1;
+    if (!buffers_fit_) return 0;
+    const OutputRows rows = output_rows_of(rec->out_row, rec->first_out_row, rec->screen_height, rec->out_height);
     bool wrote = false;
     for (int32_t r = 0; r < rows.count; ++r) {
         const int64_t j = rows.first + r;
         if (j < 0 || j >= rec->canvas_height) break;
         uint32_t *canvas_line = rec->canvas + j * rec->canvas_width;
-        uint8_t *dst = output_row(rec, rec->frame_out, j, row_bytes);
+        uint8_t *dst = output_row(rec, rec->frame_out, j, frame_.row_bytes);
         if (dst != nullptr) {
-            with_output(rec, span, canvas_line, dst);
+            with_output_(rec, frame_, canvas_line, dst);
         } else {
-            canvas_only(rec, span, canvas_line, nullptr);
+            canvas_only_(rec, frame_, canvas_line, nullptr);
         }
         rec->next_out_row = static_cast<int32_t>(j + 1);
         wrote = true;
     }
     if (wrote && rec->interlaced != 0) rec->interlace_high_row = std::max(rec->interlace_high_row, rec->next_out_row);
     return advance_out_row(rec) ? 1 : 0;
+}
+
+}  // namespace kovra::gif
+
+extern "C" KOVRA_API int32_t DALTI_MakeFrameLineBuffer(DALTI_GIFDecoderInfo *rec) {
+    return kovra::gif::FrameLineComposer(rec).compose_line(rec);
 }

@@ -46,11 +46,13 @@
 #include <cstddef>
 #include <cstring>
 
+#include "gif/frame_composer.h"
 #include "gif/gif_input.h"
 #include "kovra_gif.h"
 
 namespace {
 
+using kovra::gif::FrameLineComposer;
 using kovra::gif::refill_input;
 
 constexpr uint32_t kMaxCodeWidth = 12;
@@ -305,8 +307,8 @@ enum class LoopEnd { kDone, kCareful };
 
 class FrameDecoder {
 public:
-    FrameDecoder(KOVRADALT_IO *io, DALTI_GIFDecoderInfo *rec, uint8_t *out)
-        : io_(io), rec_(rec), out_(out), input_(rec->input), table_(*rec->lzw_table), line_(rec->line_buffer),
+    FrameDecoder(KOVRADALT_IO *io, DALTI_GIFDecoderInfo *rec, uint8_t *out, const FrameLineComposer *composer)
+        : io_(io), rec_(rec), out_(out), composer_(composer), input_(rec->input), table_(*rec->lzw_table), line_(rec->line_buffer),
           line_end_(rec->line_buffer + rec->line_buffer_size), clear_(1u << rec->lzw_min_code_size) {}
     int32_t run();
 
@@ -324,7 +326,7 @@ private:
     }
 
     bool write_row() {
-        return (rec_->frame_mode != 0 ? DALTI_MakeFrameLineBuffer(rec_) : DALTI_WriteTheLine(rec_, out_)) != 0;
+        return (composer_ != nullptr ? composer_->compose_line(rec_) : DALTI_WriteTheLine(rec_, out_)) != 0;
     }
     void note_table(const DecodeState &s) { rec_->lzw_table_used = std::max(s.next_free, s.table_high); }
     // Saving right after a code was taken: whole bytes loaded ahead go back to the input.
@@ -347,6 +349,7 @@ private:
     KOVRADALT_IO *io_;
     DALTI_GIFDecoderInfo *rec_;
     uint8_t *out_;
+    const FrameLineComposer *composer_;  // frame mode's row writer; null in direct mode
     DALTI_GIFInput *input_;
     DALTI_LZWTable &table_;
     uint8_t *line_;
@@ -615,6 +618,9 @@ extern "C" KOVRA_API int32_t DALTI_DecodeGIFImage(KOVRADALT_IO *io, DALTI_GIFDec
     if (!record_can_decode(rec)) return 0;
     reset_table(rec);
     if (!prime_input(rec->input)) return 0;
-    FrameDecoder decoder(io, rec, out);
-    return decoder.run();
+    if (rec->frame_mode != 0) {
+        const FrameLineComposer composer(rec);
+        return FrameDecoder(io, rec, out, &composer).run();
+    }
+    return FrameDecoder(io, rec, out, nullptr).run();
 }

@@ -26,6 +26,7 @@ struct OutputRows {
 inline OutputRows output_rows_of(int32_t y, int32_t first_out_row, int32_t screen_h, int32_t out_h) {
     OutputRows rows;
     if (screen_h < 1 || out_h < 1) return rows;
+    if (screen_h == out_h) return OutputRows{static_cast<int64_t>(y) - first_out_row, 1};  // what the rule gives
     const int64_t big_h = screen_h;
     const int64_t small_h = out_h;
     int64_t phase = big_h / 2 - (static_cast<int64_t>(y) * small_h) % big_h;
