@@ -1,8 +1,9 @@
 // The GIF decoder record's life: creation of its owned blocks, destruction, and the queries a
 // host makes on it (colour count, transparency, delay, the active colour table).
 //
-// Every block is zero-filled when allocated, so a table the file never fills (the global table
-// of a file without one) holds zeros rather than whatever the allocator left.
+// Every block but the frame decoder's table is zero-filled when allocated, so a table the file
+// never fills (the global table of a file without one) holds zeros rather than whatever the
+// allocator left. The frame decoder writes each entry of its table before it reads it.
 
 #include "gif/gif_alloc.h"
 #include "kovra_gif.h"
@@ -48,7 +49,8 @@ KOVRA_API int32_t DALTI_CreateGIFDecoderInfo(DALTI_GIFDecoderInfo *rec) {
     if (!allocate(rec->lzw->prefix, DALTI_LZW_TABLE_SIZE * sizeof(uint32_t))) return 0;
     if (!allocate(rec->lzw->suffix, DALTI_LZW_TABLE_SIZE)) return 0;
     if (!allocate(rec->lzw->length, DALTI_LZW_TABLE_SIZE * sizeof(uint32_t))) return 0;
-    if (!allocate(rec->lzw_table, sizeof(DALTI_LZWTable))) return 0;
+    rec->lzw_table = static_cast<DALTI_LZWTable *>(KOVRADALT_OsMalloc(sizeof(DALTI_LZWTable)));
+    if (rec->lzw_table == nullptr) return 0;
     return 1;
 }
 

@@ -136,10 +136,11 @@ bool prime_input(DALTI_GIFInput *input) {
 }
 
 // Roots get their one-byte strings; they stay in place from one frame to the next while the code
-// size does not change, since the decoder only ever writes entries above the end code. Entries
-// above the end code that an earlier decode may have filled (and roots of a larger earlier code
-// size) are cleared; the rest of the table is clear already (it was zero-filled when the record
-// was created). The clear and end codes have no string: a length of 0 marks them.
+// size does not change, since the decoder only ever writes entries above the end code. The clear
+// and end codes have no string: a length of 0 marks them. Entries above the end code may still
+// hold strings of an earlier frame (or whatever the allocation held): the fast loop never reads an
+// entry it has not written in this frame, and the careful loop clears them before it starts
+// (clear_unwritten()), so a frame always sees them as empty.
 void clear_entries(DALTI_LZWTable &t, uint32_t from, uint32_t end) {
     if (end <= from) return;
     const size_t count = end - from;
@@ -147,13 +148,18 @@ void clear_entries(DALTI_LZWTable &t, uint32_t from, uint32_t end) {
     std::memset(t.link + from, 0, count * sizeof t.link[0]);
 }
 
-void reset_table(DALTI_GIFDecoderInfo *rec) {
+// Sets the roots up for the record's code size; returns the end of the entries that may hold
+// old strings.
+uint32_t reset_table(DALTI_GIFDecoderInfo *rec) {
     DALTI_LZWTable &t = *rec->lzw_table;
     const int32_t size = rec->lzw_min_code_size;
     const uint32_t clear = 1u << size;
-    uint32_t dirty_end = std::min<uint32_t>(rec->lzw_table_used, DALTI_LZW_TABLE_SIZE);
+    uint32_t stale_end = std::min<uint32_t>(rec->lzw_table_used, DALTI_LZW_TABLE_SIZE);
     if (rec->lzw_roots_ready != size + 1) {
-        if (rec->lzw_roots_ready > 0) dirty_end = std::max(dirty_end, (1u << (rec->lzw_roots_ready - 1)) + 2);
+        // Nothing is known of a table whose roots were never set; a larger earlier code size
+        // leaves old roots above the new end code.
+        stale_end = rec->lzw_roots_ready > 0 ? std::max(stale_end, (1u << (rec->lzw_roots_ready - 1)) + 2)
+                                              : uint32_t{DALTI_LZW_TABLE_SIZE};
         clear_entries(t, 0, clear + 2);
         for (uint32_t code = 0; code < clear; ++code) {
             t.chunk[code] = code & 0xFFu;
@@ -161,8 +167,8 @@ void reset_table(DALTI_GIFDecoderInfo *rec) {
         }
         rec->lzw_roots_ready = size + 1;
     }
-    clear_entries(t, clear + 2, dirty_end);
-    rec->lzw_table_used = clear + 2;
+    rec->lzw_table_used = stale_end;
+    return stale_end;
 }
 
 inline uint32_t length_of(uint64_t link) { return static_cast<uint32_t>(link); }
@@ -307,8 +313,9 @@ enum class LoopEnd { kDone, kCareful };
 
 class FrameDecoder {
 public:
-    FrameDecoder(KOVRADALT_IO *io, DALTI_GIFDecoderInfo *rec, uint8_t *out, const FrameLineComposer *composer)
-        : io_(io), rec_(rec), out_(out), composer_(composer), input_(rec->input), table_(*rec->lzw_table), line_(rec->line_buffer),
+    FrameDecoder(KOVRADALT_IO *io, DALTI_GIFDecoderInfo *rec, uint8_t *out, const FrameLineComposer *composer,
+                 uint32_t stale_end)
+        : io_(io), rec_(rec), out_(out), composer_(composer), stale_end_(stale_end), input_(rec->input), table_(*rec->lzw_table), line_(rec->line_buffer),
           line_end_(rec->line_buffer + rec->line_buffer_size), clear_(1u << rec->lzw_min_code_size) {}
     int32_t run();
 
@@ -328,7 +335,15 @@ private:
     bool write_row() {
         return (composer_ != nullptr ? composer_->compose_line(rec_) : DALTI_WriteTheLine(rec_, out_)) != 0;
     }
-    void note_table(const DecodeState &s) { rec_->lzw_table_used = std::max(s.next_free, s.table_high); }
+    void note_table(const DecodeState &s) {
+        rec_->lzw_table_used = std::max({s.next_free, s.table_high, stale_end_});
+    }
+    // Before the careful loop: entries this frame has not written read as empty.
+    void clear_unwritten(const DecodeState &s) {
+        const uint32_t written_end = std::max(s.next_free, s.table_high);
+        clear_entries(table_, written_end, stale_end_);
+        stale_end_ = std::min(stale_end_, written_end);
+    }
     // Saving right after a code was taken: whole bytes loaded ahead go back to the input.
     int32_t finish(const DecodeState &s, int32_t value) {
         const int32_t ahead = s.reader.bits >> 3;
@@ -350,6 +365,7 @@ private:
     DALTI_GIFDecoderInfo *rec_;
     uint8_t *out_;
     const FrameLineComposer *composer_;  // frame mode's row writer; null in direct mode
+    uint32_t stale_end_;                 // entries up to here may hold strings of an earlier frame
     DALTI_GIFInput *input_;
     DALTI_LZWTable &table_;
     uint8_t *line_;
@@ -597,7 +613,10 @@ int32_t FrameDecoder::run() {
 
     // A first code that is not a root starts the careful loop at once, and so does a frame so
     // wide that a string begun inside a row might not fit behind it.
-    if (code >= s.next_free || !strings_always_fit() || loop<false>(s) == LoopEnd::kCareful) loop<true>(s);
+    if (code >= s.next_free || !strings_always_fit() || loop<false>(s) == LoopEnd::kCareful) {
+        clear_unwritten(s);
+        loop<true>(s);
+    }
     return result_;
 }
 
@@ -616,11 +635,11 @@ extern "C" KOVRA_API int32_t DALTI_DecodeGIFImage(KOVRADALT_IO *io, DALTI_GIFDec
     if (rec == nullptr) return 0;
     if (rec->lzw_min_code_size > 11 || rec->lzw_min_code_size < 0) return 0;
     if (!record_can_decode(rec)) return 0;
-    reset_table(rec);
+    const uint32_t stale_end = reset_table(rec);
     if (!prime_input(rec->input)) return 0;
     if (rec->frame_mode != 0) {
         const FrameLineComposer composer(rec);
-        return FrameDecoder(io, rec, out, &composer).run();
+        return FrameDecoder(io, rec, out, &composer, stale_end).run();
     }
-    return FrameDecoder(io, rec, out, nullptr).run();
+    return FrameDecoder(io, rec, out, nullptr, stale_end).run();
 }
