@@ -219,14 +219,15 @@ inline void add_entry(DALTI_LZWTable &t, uint32_t code, uint32_t prev, uint8_t f
 }
 
 // The common codes, as fast as they come: roots, table entries and the next free code, while the
-// row has room and the code lies well inside the current sub-block. A code is read straight from
-// the sub-block at a bit position (a 4-byte load holds any code at any bit offset), so no bits are
-// carried from one code to the next. Everything lives in local variables, so that the compiler
-// can keep it in registers although the line buffer's stores could alias any memory. Returns the
-// first code it does not handle (clear, end, beyond the table), already taken, or kNoCode when it
-// stopped at a row's or a sub-block's end without taking one.
+// row has room and the sub-block holds the bits of the next code or eight more bytes. Everything
+// lives in local variables, so that the compiler can keep it in registers although the line
+// buffer's stores could alias any memory. Returns the first code it does not handle (clear, end,
+// beyond the table), already taken, or kNoCode when it stopped at a row's or a sub-block's end
+// without taking one.
 struct FastRun {
-    int32_t bit;  // position of the next code in the sub-block
+    uint8_t *p;
+    uint64_t acc;
+    int32_t bits;
     int32_t width;
     uint32_t next_free;
     uint32_t grow_at;
@@ -237,17 +238,11 @@ struct FastRun {
 
 constexpr uint32_t kNoCode = UINT32_MAX;
 
-inline uint32_t load_le32(const uint8_t *p) {
-    uint32_t v;
-    std::memcpy(&v, p, 4);
-    if constexpr (std::endian::native == std::endian::big) v = __builtin_bswap32(v);
-    return v;
-}
-
-[[gnu::noinline]] uint32_t run_fast(FastRun &run, DALTI_LZWTable &t, const uint8_t *row_end, const uint8_t *block,
-                                    int32_t block_size) {
-    int32_t bit = run.bit;
-    int32_t width = run.width;
+[[gnu::noinline]] uint32_t run_fast(FastRun &run, DALTI_LZWTable &t, const uint8_t *row_end, const uint8_t *block_end) {
+    uint8_t *p = run.p;
+    uint64_t acc = run.acc;
+    uint32_t bits = static_cast<uint32_t>(run.bits);
+    uint32_t width = static_cast<uint32_t>(run.width);
     uint32_t mask = (1u << width) - 1;
     uint32_t next_free = run.next_free;
     uint32_t grow_at = run.grow_at;
@@ -255,11 +250,19 @@ inline uint32_t load_le32(const uint8_t *p) {
     uint8_t first = run.first;
     uint8_t *dst = run.dst;
     uint32_t unhandled = kNoCode;
-    // The 4-byte load at bit / 8 stays inside the sub-block.
-    const int32_t last_bit = 8 * (block_size - 4) + 7;
-    while (dst < row_end && bit <= last_bit) {
-        const uint32_t code = (load_le32(block + (bit >> 3)) >> (bit & 7)) & mask;
-        bit += width;
+    // Eight bytes may be loaded at p while p is at most `last_load` (compared as addresses, since
+    // the sub-block may begin less than eight bytes into the buffer).
+    const uintptr_t last_load = reinterpret_cast<uintptr_t>(block_end) - 8;
+    while (dst < row_end) {
+        if (bits < width) {
+            if (reinterpret_cast<uintptr_t>(p) > last_load) break;
+            acc |= load_le64(p) << bits;
+            p += (63 - bits) >> 3;
+            bits |= 56;  // bits + 8 * (the whole bytes that fitted)
+        }
+        const uint32_t code = static_cast<uint32_t>(acc) & mask;
+        acc >>= width;
+        bits -= width;
         if (code < next_free) {
             const uint32_t length = length_of(t.link[code]);
             if (length == 0) [[unlikely]] {  // clear or end
@@ -284,13 +287,13 @@ inline uint32_t load_le32(const uint8_t *p) {
             break;
         }
         prev = code;
-        if (++next_free == grow_at && static_cast<uint32_t>(width) < kMaxCodeWidth) [[unlikely]] {
+        if (++next_free == grow_at && width < kMaxCodeWidth) [[unlikely]] {
             ++width;
             mask = (1u << width) - 1;
             grow_at <<= 1;
         }
     }
-    run = FastRun{bit, width, next_free, grow_at, prev, first, dst};
+    run = FastRun{p, acc, static_cast<int32_t>(bits), static_cast<int32_t>(width), next_free, grow_at, prev, first, dst};
     return unhandled;
 }
 
@@ -445,21 +448,14 @@ LoopEnd FrameDecoder::loop(DecodeState &s) {
         bits -= width;
         return code;
     };
-    // Runs the fast path when the bits held all come from the current sub-block, handing the bit
-    // position over and back. False when it stopped at the row's end.
+    // Runs the fast path from the loop's state and takes its state back. False when it stopped
+    // at the row's end.
     auto fast_codes = [&](uint32_t &code) -> bool {
-        code = kNoCode;
-        const int64_t bit = (p - block_begin) * int64_t{8} - bits;
-        if (bit < 0) return true;
-        FastRun run{static_cast<int32_t>(bit), width, next_free, grow_at, prev, first, dst};
-        code = run_fast(run, table, row_end, block_begin, static_cast<int32_t>(block_end - block_begin));
-        p = block_begin + (run.bit >> 3);
-        acc = 0;
-        bits = 0;
-        if ((run.bit & 7) != 0) {
-            acc = *p++ >> (run.bit & 7);
-            bits = 8 - (run.bit & 7);
-        }
+        FastRun run{p, acc, bits, width, next_free, grow_at, prev, first, dst};
+        code = run_fast(run, table, row_end, block_end);
+        p = run.p;
+        acc = run.acc;
+        bits = run.bits;
         width = run.width;
         mask = (1u << width) - 1;
         next_free = run.next_free;
