@@ -146,6 +146,7 @@ void clear_entries(DALTI_LZWTable &t, uint32_t from, uint32_t end) {
     const size_t count = end - from;
     std::memset(t.chunk + from, 0, count * sizeof t.chunk[0]);
     std::memset(t.link + from, 0, count * sizeof t.link[0]);
+    std::memset(t.prefix + from, 0, count * sizeof t.prefix[0]);
 }
 
 // Sets the roots up for the record's code size; returns the end of the entries that may hold
@@ -173,7 +174,6 @@ uint32_t reset_table(DALTI_GIFDecoderInfo *rec) {
 
 inline uint32_t length_of(uint64_t link) { return static_cast<uint32_t>(link); }
 inline uint32_t chunk_prefix_of(uint64_t link) { return static_cast<uint32_t>(link >> 32) & 0xFFFFu; }
-inline uint32_t prefix_of(uint64_t link) { return static_cast<uint32_t>(link >> 48); }
 
 inline uint8_t last_byte(const DALTI_LZWTable &t, uint32_t code) {
     return static_cast<uint8_t>(t.chunk[code] >> (8 * ((length_of(t.link[code]) - 1) % kChunkBytes)));
@@ -185,7 +185,7 @@ inline uint8_t walk_string(const DALTI_LZWTable &t, uint32_t code, uint8_t *dst)
     uint8_t *end = dst + length_of(t.link[code]);
     while (end != dst) {
         *--end = last_byte(t, code);
-        code = prefix_of(t.link[code]);
+        code = t.prefix[code];
     }
     return dst[0];
 }
@@ -210,12 +210,16 @@ inline uint8_t write_chunks(const DALTI_LZWTable &t, uint32_t code, uint32_t len
 // never reads.)
 inline void add_entry(DALTI_LZWTable &t, uint32_t code, uint32_t prev, uint8_t first) {
     const uint64_t base = t.link[prev];
-    const uint32_t used = length_of(base) % kChunkBytes;  // bytes in prev's last chunk, 0 when it is full
-    const uint64_t shifted_first = static_cast<uint64_t>(first) << (8 * used);
-    const uint64_t same_chunk = (base & 0x0000FFFFFFFFFFFFu) + 1;
-    const uint64_t new_chunk = (base & 0xFFFFFFFFu) + 1 + (static_cast<uint64_t>(prev) << 32);
-    t.chunk[code] = used != 0 ? t.chunk[prev] | shifted_first : shifted_first;
-    t.link[code] = (used != 0 ? same_chunk : new_chunk) | (static_cast<uint64_t>(prev) << 48);
+    const uint64_t shifted_first = static_cast<uint64_t>(first) << ((base << 3) & 63);  // to byte length % 8
+    if (base % kChunkBytes != 0) {
+        // prev's last chunk has room for one more byte.
+        t.chunk[code] = t.chunk[prev] | shifted_first;
+        t.link[code] = base + 1;
+    } else {
+        t.chunk[code] = shifted_first;
+        t.link[code] = (base & 0xFFFFFFFFu) + 1 + (static_cast<uint64_t>(prev) << 32);
+    }
+    t.prefix[code] = static_cast<uint16_t>(prev);
 }
 
 // The common codes, as fast as they come: roots, table entries and the next free code, while the
@@ -287,10 +291,12 @@ constexpr uint32_t kNoCode = UINT32_MAX;
             break;
         }
         prev = code;
-        if (++next_free == grow_at && width < kMaxCodeWidth) [[unlikely]] {
-            ++width;
-            mask = (1u << width) - 1;
-            grow_at <<= 1;
+        if (++next_free == grow_at) [[unlikely]] {
+            if (width < kMaxCodeWidth) {
+                ++width;
+                mask = (1u << width) - 1;
+                grow_at <<= 1;
+            }
         }
     }
     run = FastRun{p, acc, static_cast<int32_t>(bits), static_cast<int32_t>(width), next_free, grow_at, prev, first, dst};

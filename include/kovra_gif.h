@@ -112,14 +112,15 @@ typedef struct DALTI_GIFDecoderInfo {
 } DALTI_GIFDecoderInfo;
 
 /* The frame decoder's translation table. A code's string is kept twice: byte by byte (its last
- * byte, and the prefix code of the string without it) and in chunks of eight bytes counted from
+ * byte, and `prefix`, the code of the string without it) and in chunks of eight bytes counted from
  * the string's start (`chunk`, the last one, holding one to eight bytes with the first lowest, and
- * the chunk prefix code of the string before it). The last byte is byte (length - 1) % 8 of
- * `chunk`; bytes above it are zero. `link` packs the rest: the length in bits 0-31, the chunk
- * prefix in bits 32-47 and the prefix in bits 48-63. */
+ * the chunk prefix, the code of the string before it). The last byte is byte (length - 1) % 8 of
+ * `chunk`; bytes above it are zero. `link` holds the length in bits 0-31 and the chunk prefix in
+ * bits 32-47. */
 typedef struct DALTI_LZWTable {
     uint64_t chunk[DALTI_LZW_TABLE_SIZE];
     uint64_t link[DALTI_LZW_TABLE_SIZE];
+    uint16_t prefix[DALTI_LZW_TABLE_SIZE];
 } DALTI_LZWTable;
 
 /* ---- Record, header and colour tables ---- */
