@@ -222,86 +222,26 @@ inline void add_entry(DALTI_LZWTable &t, uint32_t code, uint32_t prev, uint8_t f
     t.prefix[code] = static_cast<uint16_t>(prev);
 }
 
-// The common codes, as fast as they come: roots, table entries and the next free code, while the
-// row has room and the sub-block holds the bits of the next code or eight more bytes. Everything
+// The common codes, as fast as they come: roots, table entries and the next free code. Completed
+// rows are written and sub-blocks opened on the way. Everything
 // lives in local variables, so that the compiler can keep it in registers although the line
 // buffer's stores could alias any memory. Returns the first code it does not handle (clear, end,
-// beyond the table), already taken, or kNoCode when it stopped at a row's or a sub-block's end
-// without taking one.
+// beyond the table), already taken; kStopped when the rows are done or could not be written
+// (stop_value_ says which); kInputStopped when the input failed or ended (run.input says which).
 struct FastRun {
-    uint8_t *p;
-    uint64_t acc;
-    int32_t bits;
+    BitReader reader;
     int32_t width;
     uint32_t next_free;
     uint32_t grow_at;
     uint32_t prev;
     uint8_t first;
     uint8_t *dst;
+    Fill input = Fill::kOk;  // why the input stopped, after kInputStopped
 };
 
 constexpr uint32_t kNoCode = UINT32_MAX;
-
-[[gnu::noinline]] uint32_t run_fast(FastRun &run, DALTI_LZWTable &t, const uint8_t *row_end, const uint8_t *block_end) {
-    uint8_t *p = run.p;
-    uint64_t acc = run.acc;
-    uint32_t bits = static_cast<uint32_t>(run.bits);
-    uint32_t width = static_cast<uint32_t>(run.width);
-    uint32_t mask = (1u << width) - 1;
-    uint32_t next_free = run.next_free;
-    uint32_t grow_at = run.grow_at;
-    uint32_t prev = run.prev;
-    uint8_t first = run.first;
-    uint8_t *dst = run.dst;
-    uint32_t unhandled = kNoCode;
-    // Eight bytes may be loaded at p while p is at most `last_load` (compared as addresses, since
-    // the sub-block may begin less than eight bytes into the buffer).
-    const uintptr_t last_load = reinterpret_cast<uintptr_t>(block_end) - 8;
-    while (dst < row_end) {
-        if (bits < width) {
-            if (reinterpret_cast<uintptr_t>(p) > last_load) break;
-            acc |= load_le64(p) << bits;
-            p += (63 - bits) >> 3;
-            bits |= 56;  // bits + 8 * (the whole bytes that fitted)
-        }
-        const uint32_t code = static_cast<uint32_t>(acc) & mask;
-        acc >>= width;
-        bits -= width;
-        if (code < next_free) {
-            const uint32_t length = length_of(t.link[code]);
-            if (length == 0) [[unlikely]] {  // clear or end
-                unhandled = code;
-                break;
-            }
-            first = write_chunks(t, code, length, dst);
-            dst += length;
-            if (next_free == DALTI_LZW_TABLE_SIZE) [[unlikely]] {
-                prev = code;
-                continue;
-            }
-            add_entry(t, next_free, prev, first);
-        } else if (code == next_free) {
-            // prev's string plus its own first byte: the entry about to be made.
-            add_entry(t, next_free, prev, first);
-            const uint32_t length = length_of(t.link[code]);
-            write_chunks(t, code, length, dst);
-            dst += length;
-        } else {
-            unhandled = code;
-            break;
-        }
-        prev = code;
-        if (++next_free == grow_at) [[unlikely]] {
-            if (width < kMaxCodeWidth) {
-                ++width;
-                mask = (1u << width) - 1;
-                grow_at <<= 1;
-            }
-        }
-    }
-    run = FastRun{p, acc, static_cast<int32_t>(bits), static_cast<int32_t>(width), next_free, grow_at, prev, first, dst};
-    return unhandled;
-}
+constexpr uint32_t kStopped = UINT32_MAX - 1;
+constexpr uint32_t kInputStopped = UINT32_MAX - 2;
 
 // Everything a decode loop hands on: the bit reader, the code state and the line position.
 struct DecodeState {
@@ -313,7 +253,6 @@ struct DecodeState {
     uint32_t prev;
     uint8_t first;        // first byte of prev's string
     uint8_t *dst;         // where the next string goes
-    int32_t rows;         // rows written so far
     uint32_t pending;     // a code taken but not yet handled (careful loop only)
     bool has_pending;
 };
@@ -325,12 +264,36 @@ public:
     FrameDecoder(KOVRADALT_IO *io, DALTI_GIFDecoderInfo *rec, uint8_t *out, const FrameLineComposer *composer,
                  uint32_t stale_end)
         : io_(io), rec_(rec), out_(out), composer_(composer), stale_end_(stale_end), input_(rec->input), table_(*rec->lzw_table), line_(rec->line_buffer),
-          line_end_(rec->line_buffer + rec->line_buffer_size), clear_(1u << rec->lzw_min_code_size) {}
+          line_end_(rec->line_buffer + rec->line_buffer_size), row_end_(rec->line_buffer + rec->frame_width),
+          clear_(1u << rec->lzw_min_code_size) {}
     int32_t run();
 
 private:
     template <bool kCareful>
     LoopEnd loop(DecodeState &s);
+    [[gnu::noinline]] uint32_t run_fast(FastRun &run);
+
+    // Writes the completed rows at the line buffer's start and moves what follows them there;
+    // returns where the next string goes, or null when decoding stops (stop_value_ then holds the
+    // result: 1 once every row is written, 0 when a row could not be).
+    [[gnu::noinline]] uint8_t *next_row(uint8_t *dst) {
+        const int32_t frame_width = rec_->frame_width;
+        int32_t pos = static_cast<int32_t>(dst - line_);
+        do {
+            if (!write_row()) {
+                stop_value_ = 0;
+                return nullptr;
+            }
+            const int32_t overflow = pos - frame_width;
+            if (overflow > 0 && frame_width > 0) std::memmove(line_, line_ + frame_width, static_cast<size_t>(overflow));
+            pos = overflow;
+            if (++rows_ >= rec_->frame_height) {
+                stop_value_ = 1;
+                return nullptr;
+            }
+        } while (pos >= frame_width);
+        return line_ + pos;
+    }
 
     // True when any string the table can hold while its chains are exact (at most 4095 bytes),
     // begun inside a row, fits with the 7 bytes a chunk store may write past it, in the buffer
@@ -379,9 +342,107 @@ private:
     DALTI_LZWTable &table_;
     uint8_t *line_;
     uint8_t *line_end_;  // no string may end beyond it
+    uint8_t *row_end_;   // a string starting here belongs to the next row
     uint32_t clear_;
+    int32_t rows_ = 0;   // rows written so far
+    int32_t stop_value_ = 0;
     int32_t result_ = 0;
 };
+
+uint32_t FrameDecoder::run_fast(FastRun &run) {
+    DALTI_LZWTable &t = table_;
+    const uint8_t *const row_end = row_end_;
+    uint8_t *p = run.reader.p;
+    uint64_t acc = run.reader.acc;
+    uint32_t bits = static_cast<uint32_t>(run.reader.bits);
+    uint32_t width = static_cast<uint32_t>(run.width);
+    uint32_t mask = (1u << width) - 1;
+    uint32_t next_free = run.next_free;
+    uint32_t grow_at = run.grow_at;
+    uint32_t prev = run.prev;
+    uint8_t first = run.first;
+    uint8_t *dst = run.dst;
+    uint32_t unhandled = kNoCode;
+    // Eight bytes may be loaded at p while p is at most `last_load` (compared as addresses, since
+    // the sub-block may begin less than eight bytes into the buffer).
+    uintptr_t last_load = reinterpret_cast<uintptr_t>(run.reader.block_end) - 8;
+    for (;;) {
+        if (dst >= row_end) [[unlikely]] {
+            uint8_t *const next = next_row(dst);
+            if (next == nullptr) {
+                unhandled = kStopped;
+                break;
+            }
+            dst = next;
+        }
+        if (bits < width) {
+            if (reinterpret_cast<uintptr_t>(p) <= last_load) [[likely]] {
+                acc |= load_le64(p) << bits;
+                p += (63 - bits) >> 3;
+                bits |= 56;  // bits + 8 * (the whole bytes that fitted)
+            } else {
+                // Near the sub-block's end: byte by byte, and on into the next one.
+                BitReader &r = run.reader;
+                r.p = p;
+                r.acc = acc;
+                r.bits = static_cast<int32_t>(bits);
+                run.input = fill_bits(r, static_cast<int32_t>(width), input_->buffer, io_);
+                p = r.p;
+                acc = r.acc;
+                bits = static_cast<uint32_t>(r.bits);
+                last_load = reinterpret_cast<uintptr_t>(r.block_end) - 8;
+                if (run.input != Fill::kOk) {
+                    unhandled = kInputStopped;
+                    break;
+                }
+            }
+        }
+        const uint32_t code = static_cast<uint32_t>(acc) & mask;
+        acc >>= width;
+        bits -= width;
+        if (code < next_free) {
+            const uint32_t length = length_of(t.link[code]);
+            if (length == 0) [[unlikely]] {  // clear or end
+                unhandled = code;
+                break;
+            }
+            first = write_chunks(t, code, length, dst);
+            dst += length;
+            if (next_free == DALTI_LZW_TABLE_SIZE) [[unlikely]] {
+                prev = code;
+                continue;
+            }
+            add_entry(t, next_free, prev, first);
+        } else if (code == next_free) {
+            // prev's string plus its own first byte: the entry about to be made.
+            add_entry(t, next_free, prev, first);
+            const uint32_t length = length_of(t.link[code]);
+            write_chunks(t, code, length, dst);
+            dst += length;
+        } else {
+            unhandled = code;
+            break;
+        }
+        prev = code;
+        if (++next_free == grow_at) [[unlikely]] {
+            if (width < kMaxCodeWidth) {
+                ++width;
+                mask = (1u << width) - 1;
+                grow_at <<= 1;
+            }
+        }
+    }
+    run.reader.p = p;
+    run.reader.acc = acc;
+    run.reader.bits = static_cast<int32_t>(bits);
+    run.width = static_cast<int32_t>(width);
+    run.next_free = next_free;
+    run.grow_at = grow_at;
+    run.prev = prev;
+    run.first = first;
+    run.dst = dst;
+    return unhandled;
+}
 
 // One decode loop. The fast one (kCareful false) writes strings by their chunk chains and leaves
 // with kCareful at the first code that could make a chain wrong; the careful one walks every
@@ -390,14 +451,11 @@ private:
 template <bool kCareful>
 LoopEnd FrameDecoder::loop(DecodeState &s) {
     DALTI_LZWTable &table = table_;
-    uint8_t *const line = line_;
     uint8_t *const line_end = line_end_;
     const uint32_t clear = clear_;
     const uint32_t end_code = clear + 1;
     const int32_t min_code_size = rec_->lzw_min_code_size;
-    const int32_t frame_width = rec_->frame_width;
-    const int32_t frame_height = rec_->frame_height;
-    uint8_t *const row_end = line + frame_width;
+    uint8_t *const row_end = row_end_;
     uint8_t *const buffer = input_->buffer;
 
     // Local copies, so that the compiler can keep them in registers.
@@ -415,7 +473,6 @@ LoopEnd FrameDecoder::loop(DecodeState &s) {
     uint32_t prev = s.prev;
     uint8_t first = s.first;
     uint8_t *dst = s.dst;
-    int32_t rows = s.rows;
 
     auto save = [&]() {
         s.reader = BitReader{p, block_begin, block_end, data_end, acc, bits};
@@ -426,7 +483,6 @@ LoopEnd FrameDecoder::loop(DecodeState &s) {
         s.prev = prev;
         s.first = first;
         s.dst = dst;
-        s.rows = rows;
     };
     auto done = [&](int32_t value) {
         save();
@@ -454,14 +510,17 @@ LoopEnd FrameDecoder::loop(DecodeState &s) {
         bits -= width;
         return code;
     };
-    // Runs the fast path from the loop's state and takes its state back. False when it stopped
-    // at the row's end.
-    auto fast_codes = [&](uint32_t &code) -> bool {
-        FastRun run{p, acc, bits, width, next_free, grow_at, prev, first, dst};
-        code = run_fast(run, table, row_end, block_end);
-        p = run.p;
-        acc = run.acc;
-        bits = run.bits;
+    // Runs the fast path from the loop's state and takes its state back.
+    auto fast_codes = [&]() -> uint32_t {
+        FastRun run{BitReader{p, block_begin, block_end, data_end, acc, bits}, width, next_free, grow_at, prev, first,
+                    dst};
+        const uint32_t code = run_fast(run);
+        p = run.reader.p;
+        block_begin = run.reader.block_begin;
+        block_end = run.reader.block_end;
+        data_end = run.reader.data_end;
+        acc = run.reader.acc;
+        bits = run.reader.bits;
         width = run.width;
         mask = (1u << width) - 1;
         next_free = run.next_free;
@@ -469,7 +528,11 @@ LoopEnd FrameDecoder::loop(DecodeState &s) {
         prev = run.prev;
         first = run.first;
         dst = run.dst;
-        return code != kNoCode || dst < row_end;
+        if (code == kInputStopped) {
+            save();
+            result_ = input_stopped(s, run.input);
+        }
+        return code;
     };
 
     uint32_t code = 0;
@@ -482,21 +545,15 @@ LoopEnd FrameDecoder::loop(DecodeState &s) {
     for (;;) {
         if (!have_code) {
             if (dst >= row_end) [[unlikely]] {
-                int32_t pos = static_cast<int32_t>(dst - line);
-                do {
-                    if (!write_row()) return done(0);
-                    const int32_t overflow = pos - frame_width;
-                    if (overflow > 0 && frame_width > 0) {
-                        std::memmove(line, line + frame_width, static_cast<size_t>(overflow));
-                    }
-                    pos = overflow;
-                    if (++rows >= frame_height) return done(1);
-                } while (pos >= frame_width);
-                dst = line + pos;
+                uint8_t *const next = next_row(dst);
+                if (next == nullptr) return done(stop_value_);
+                dst = next;
             }
             if constexpr (!kCareful) {
-                if (!fast_codes(code)) continue;  // stopped at the row's end
-                have_code = code != kNoCode;
+                code = fast_codes();
+                if (code == kStopped) return done(stop_value_);
+                if (code == kInputStopped) return LoopEnd::kDone;
+                have_code = true;
             }
         }
         if (!have_code) {
