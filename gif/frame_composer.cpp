@@ -31,9 +31,16 @@ enum class Disposal { kKeep, kRestorePrevious, kRestoreBackground };
 enum class Packing { kNone, kRgba, kFrameBgra };
 
 using Frame = FrameLineComposer::Frame;
+using RowComposer = FrameLineComposer::RowComposer;
 
-// Four 32-bit words stored with one 16-byte store.
+// Four 32-bit words, loaded and stored 16 bytes at a time.
 typedef uint32_t Words4 __attribute__((vector_size(16)));
+
+inline Words4 load_words4(const uint32_t *src) {
+    Words4 words;
+    std::memcpy(&words, src, sizeof words);
+    return words;
+}
 
 inline void store_words4(uint8_t *dst, Words4 words) {
     if constexpr (std::endian::native == std::endian::big) {
@@ -41,7 +48,6 @@ inline void store_words4(uint8_t *dst, Words4 words) {
     }
     std::memcpy(dst, &words, sizeof words);
 }
-using RowComposer = FrameLineComposer::RowComposer;
 
 template <Packing kPacking>
 inline uint32_t packed(uint32_t word) {
@@ -55,6 +61,25 @@ inline uint32_t packed(uint32_t word) {
 template <Packing kPacking>
 inline void put(uint8_t *dst, int32_t k, uint32_t pixel) {
     if constexpr (kPacking != Packing::kNone) store_le32(dst + 4 * static_cast<int64_t>(k), pixel);
+}
+
+// packed() of four words at once.
+template <Packing kPacking>
+inline Words4 packed4(Words4 words) {
+    if constexpr (kPacking == Packing::kRgba) {
+        const auto unset = reinterpret_cast<Words4>(words == GIF_COLOR_UNSET);
+        return (words | 0xFF000000u) & ~unset;
+    } else {
+        return (words & 0xFFu) | (((words >> 10) & 0xFFu) << 8) | (((words >> 20) & 0xFFu) << 16) | 0xFF000000u;
+    }
+}
+
+// Output columns [from, to) straight from the canvas.
+template <Packing kPacking>
+void put_canvas(const uint32_t *canvas_line, uint8_t *dst, int32_t from, int32_t to) {
+    int32_t k = from;
+    for (; k + 3 < to; k += 4) store_words4(dst + 4 * static_cast<int64_t>(k), packed4<kPacking>(load_words4(canvas_line + k)));
+    for (; k < to; ++k) put<kPacking>(dst, k, packed<kPacking>(canvas_line[k]));
 }
 
 // One frame pixel: the transparent index shows the canvas, any other its colour; the canvas
@@ -77,23 +102,28 @@ void compose_row(const DALTI_GIFDecoderInfo *rec, const Frame &frame, uint32_t *
     const int32_t first_col = frame.first_col;
     const int32_t end_col = frame.end_col;
     const int32_t out_w = frame.out_width;
-    if constexpr (kPacking != Packing::kNone) {
-        for (int32_t k = 0; k < first_col; ++k) put<kPacking>(dst, k, packed<kPacking>(canvas_line[k]));
-    }
+    if constexpr (kPacking != Packing::kNone) put_canvas<kPacking>(canvas_line, dst, 0, first_col);
     const uint8_t *line = rec->line_buffer;
     const uint32_t *colors = rec->active_colors;
     const int32_t transparent = rec->transparent_index;
-    if (kDisposal == Disposal::kKeep && !kTransparency && kPacking != Packing::kNone && frame.same_width) {
-        // The common case, four pixels at a time: each group is one 16-byte store into the canvas
-        // and one into the output.
+    if (kDisposal == Disposal::kKeep && kPacking != Packing::kNone && frame.same_width) {
+        // A kept frame, four pixels at a time, with one 16-byte store into the canvas and one into
+        // the output; transparent pixels take the canvas's word, selected without a branch.
         int32_t k = first_col;
         for (; k + 3 < end_col; k += 4) {
             const uint8_t *const index = line + (k - first_col);
-            const Words4 canvas_words = {colors[index[0]], colors[index[1]], colors[index[2]], colors[index[3]]};
-            const Words4 shown = {frame.shown[index[0]], frame.shown[index[1]], frame.shown[index[2]],
-                                  frame.shown[index[3]]};
+            uint8_t *const out = dst + 4 * static_cast<int64_t>(k);
+            Words4 canvas_words = {colors[index[0]], colors[index[1]], colors[index[2]], colors[index[3]]};
+            Words4 shown = {frame.shown[index[0]], frame.shown[index[1]], frame.shown[index[2]], frame.shown[index[3]]};
+            if constexpr (kTransparency) {
+                const Words4 indexes = {index[0], index[1], index[2], index[3]};
+                const auto clear = reinterpret_cast<Words4>(indexes == static_cast<uint32_t>(transparent));
+                const Words4 old = load_words4(canvas_line + k);
+                canvas_words = (old & clear) | (canvas_words & ~clear);
+                shown = (packed4<kPacking>(old) & clear) | (shown & ~clear);
+            }
             store_words4(reinterpret_cast<uint8_t *>(canvas_line + k), canvas_words);
-            store_words4(dst + 4 * static_cast<int64_t>(k), shown);
+            store_words4(out, shown);
         }
         for (; k < end_col; ++k) {
             compose_pixel<kDisposal, kTransparency, kPacking>(line[k - first_col], canvas_line + k, dst, k, colors,
@@ -114,9 +144,7 @@ void compose_row(const DALTI_GIFDecoderInfo *rec, const Frame &frame, uint32_t *
             walk.next();
         }
     }
-    if constexpr (kPacking != Packing::kNone) {
-        for (int32_t k = end_col; k < out_w; ++k) put<kPacking>(dst, k, packed<kPacking>(canvas_line[k]));
-    }
+    if constexpr (kPacking != Packing::kNone) put_canvas<kPacking>(canvas_line, dst, end_col, out_w);
 }
 
 template <Disposal kDisposal, bool kTransparency>
