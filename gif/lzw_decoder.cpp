@@ -227,7 +227,9 @@ inline void add_entry(DALTI_LZWTable &t, uint32_t code, uint32_t prev, uint8_t f
 // lives in local variables, so that the compiler can keep it in registers although the line
 // buffer's stores could alias any memory. Returns the first code it does not handle (clear, end,
 // beyond the table), already taken; kStopped when the rows are done or could not be written
-// (stop_value_ says which); kInputStopped when the input failed or ended (run.input says which).
+// (stop_value_ says which); kInputStopped when the input failed or ended (run.input says which);
+// kTableFilled when the last entry has been made (the kTableFull loop then goes on without adding
+// entries).
 struct FastRun {
     BitReader reader;
     int32_t width;
@@ -242,6 +244,7 @@ struct FastRun {
 constexpr uint32_t kNoCode = UINT32_MAX;
 constexpr uint32_t kStopped = UINT32_MAX - 1;
 constexpr uint32_t kInputStopped = UINT32_MAX - 2;
+constexpr uint32_t kTableFilled = UINT32_MAX - 3;
 
 // Everything a decode loop hands on: the bit reader, the code state and the line position.
 struct DecodeState {
@@ -271,6 +274,7 @@ public:
 private:
     template <bool kCareful>
     LoopEnd loop(DecodeState &s);
+    template <bool kTableFull>
     [[gnu::noinline]] uint32_t run_fast(FastRun &run);
 
     // Writes the completed rows at the line buffer's start and moves what follows them there;
@@ -349,6 +353,7 @@ private:
     int32_t result_ = 0;
 };
 
+template <bool kTableFull>
 uint32_t FrameDecoder::run_fast(FastRun &run) {
     DALTI_LZWTable &t = table_;
     const uint8_t *const row_end = row_end_;
@@ -408,12 +413,12 @@ uint32_t FrameDecoder::run_fast(FastRun &run) {
             }
             first = write_chunks(t, code, length, dst);
             dst += length;
-            if (next_free == DALTI_LZW_TABLE_SIZE) [[unlikely]] {
+            if constexpr (kTableFull) {
                 prev = code;
                 continue;
             }
             add_entry(t, next_free, prev, first);
-        } else if (code == next_free) {
+        } else if (!kTableFull && code == next_free) {
             // prev's string plus its own first byte: the entry about to be made.
             add_entry(t, next_free, prev, first);
             const uint32_t length = length_of(t.link[code]);
@@ -425,11 +430,13 @@ uint32_t FrameDecoder::run_fast(FastRun &run) {
         }
         prev = code;
         if (++next_free == grow_at) [[unlikely]] {
-            if (width < kMaxCodeWidth) {
-                ++width;
-                mask = (1u << width) - 1;
-                grow_at <<= 1;
+            if (width == kMaxCodeWidth) {
+                unhandled = kTableFilled;
+                break;
             }
+            ++width;
+            mask = (1u << width) - 1;
+            grow_at <<= 1;
         }
     }
     run.reader.p = p;
@@ -514,7 +521,8 @@ LoopEnd FrameDecoder::loop(DecodeState &s) {
     auto fast_codes = [&]() -> uint32_t {
         FastRun run{BitReader{p, block_begin, block_end, data_end, acc, bits}, width, next_free, grow_at, prev, first,
                     dst};
-        const uint32_t code = run_fast(run);
+        uint32_t code = run.next_free == DALTI_LZW_TABLE_SIZE ? run_fast<true>(run) : run_fast<false>(run);
+        if (code == kTableFilled) code = run_fast<true>(run);
         p = run.reader.p;
         block_begin = run.reader.block_begin;
         block_end = run.reader.block_end;
