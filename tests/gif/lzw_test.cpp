@@ -153,6 +153,29 @@ TEST(GifLzw, CodesBeyondTheTable) {
     EXPECT_EQ(image.indexes, (Bytes{1, 1, 1, 0, 0}));  // then the end code: partial row
 }
 
+TEST(GifLzw, EntriesAnEarlierFrameMadeReadAsEmpty) {
+    // Frame B makes entry 7 from code 7's own entry while 7 is beyond the table, then writes
+    // entry 7: with an empty table that is the single byte 1, so B's rows are 1 | 1 1 | 0 1 | 1
+    // and six 2s. Frame A, taller than the 6 x 2 screen and in one colour, fills entry 7 (with
+    // 2 2 2) and far beyond; were that left in place, entry 7 would grow to four bytes and push
+    // three of them into B's second row.
+    std::vector<Code> codes = {{4, 3}, {1, 3}, {7, 3}, {7, 3}, {7, 4}};
+    codes.insert(codes.end(), 6, Code{2, 4});
+    codes.push_back({5, 4});
+    const Bytes b_alone =
+        GifBuilder(6, 2, test_palette(4)).image_with_data(0, 0, 6, 2, 2, pack_codes(codes)).trailer().bytes();
+    GifBuilder after(6, 2, test_palette(4));
+    after.image(frame_spec(0, 0, 6, 200, Bytes(6 * 200, 2)));
+    const Bytes b_after = after.image_with_data(0, 0, 6, 2, 2, pack_codes(codes)).trailer().bytes();
+
+    EXPECT_EQ(decode_indexes(b_alone).indexes, (Bytes{1, 1, 1, 0, 1, 1, 2, 2, 2, 2, 2, 2}));
+    const Animation first = decode_animation(b_alone, KOVRADALT_FORMAT_RGBA32, 1);
+    const Animation second = decode_animation(b_after, KOVRADALT_FORMAT_RGBA32, 1);
+    ASSERT_EQ(first.frames.size(), 1u);
+    ASSERT_EQ(second.frames.size(), 2u);
+    EXPECT_EQ(second.frames[1], first.frames[0]);
+}
+
 TEST(GifLzw, ZeroSizedSubBlockDoesNotEndTheData) {
     const Bytes indexes = random_indexes(20 * 20, 16, 5);
     const Bytes data = lzw_encode(indexes, 4);
