@@ -37,9 +37,13 @@
 // loaded ahead when it saves the input, so the saved position is the same as if it had taken one
 // byte at a time.)
 //
-// Speed: the loop's state lives in local variables, so that the compiler can keep it in registers
-// although the line buffer's byte stores could alias any memory; sub-block changes, row output
-// and the rare codes leave the loop through out-of-line paths.
+// Speed: nearly every code goes through FrameDecoder::run_fast, a loop whose state lives in local
+// variables, so that the compiler can keep it in registers although the line buffer's stores
+// could alias any memory. It writes completed rows and opens sub-blocks through out-of-line calls
+// and hands clear codes, end codes and codes beyond the table to the general loop. Once the table
+// is full a second instance of it runs, which makes no entries. Between frames the table is not
+// cleared: the fast loop reads only entries the frame has made, and the careful loop clears the
+// rest before it starts.
 
 #include <algorithm>
 #include <bit>
@@ -222,14 +226,10 @@ inline void add_entry(DALTI_LZWTable &t, uint32_t code, uint32_t prev, uint8_t f
     t.prefix[code] = static_cast<uint16_t>(prev);
 }
 
-// The common codes, as fast as they come: roots, table entries and the next free code. Completed
-// rows are written and sub-blocks opened on the way. Everything
-// lives in local variables, so that the compiler can keep it in registers although the line
-// buffer's stores could alias any memory. Returns the first code it does not handle (clear, end,
-// beyond the table), already taken; kStopped when the rows are done or could not be written
-// (stop_value_ says which); kInputStopped when the input failed or ended (run.input says which);
-// kTableFilled when the last entry has been made (the kTableFull loop then goes on without adding
-// entries).
+// The state FrameDecoder::run_fast takes and hands back, and what it returns besides a code it
+// leaves to the general loop (clear, end, beyond the table; already taken): kStopped when the
+// rows are done or one could not be written (stop_value_ says which), kInputStopped when the
+// input failed or ended (`input` says which), kTableFilled when it made the last entry.
 struct FastRun {
     BitReader reader;
     int32_t width;
@@ -241,10 +241,9 @@ struct FastRun {
     Fill input = Fill::kOk;  // why the input stopped, after kInputStopped
 };
 
-constexpr uint32_t kNoCode = UINT32_MAX;
-constexpr uint32_t kStopped = UINT32_MAX - 1;
-constexpr uint32_t kInputStopped = UINT32_MAX - 2;
-constexpr uint32_t kTableFilled = UINT32_MAX - 3;
+constexpr uint32_t kStopped = UINT32_MAX;
+constexpr uint32_t kInputStopped = UINT32_MAX - 1;
+constexpr uint32_t kTableFilled = UINT32_MAX - 2;
 
 // Everything a decode loop hands on: the bit reader, the code state and the line position.
 struct DecodeState {
@@ -353,6 +352,10 @@ private:
     int32_t result_ = 0;
 };
 
+// The common codes, as fast as they come: roots, table entries and the next free code, writing
+// completed rows and opening sub-blocks on the way. Everything lives in local variables, so that
+// the compiler can keep it in registers although the line buffer's stores could alias any
+// memory. With kTableFull the table has no room left, and no entries are made.
 template <bool kTableFull>
 uint32_t FrameDecoder::run_fast(FastRun &run) {
     DALTI_LZWTable &t = table_;
@@ -367,7 +370,7 @@ uint32_t FrameDecoder::run_fast(FastRun &run) {
     uint32_t prev = run.prev;
     uint8_t first = run.first;
     uint8_t *dst = run.dst;
-    uint32_t unhandled = kNoCode;
+    uint32_t unhandled = 0;  // set wherever the loop ends
     // Eight bytes may be loaded at p while p is at most `last_load` (compared as addresses, since
     // the sub-block may begin less than eight bytes into the buffer).
     uintptr_t last_load = reinterpret_cast<uintptr_t>(run.reader.block_end) - 8;
