@@ -197,15 +197,19 @@ inline uint8_t walk_string(const DALTI_LZWTable &t, uint32_t code, uint8_t *dst)
 // Writes code's string at dst chunk by chunk, last chunk first; returns its first byte. The
 // buffer must have room for length + 7 bytes.
 inline uint8_t write_chunks(const DALTI_LZWTable &t, uint32_t code, uint32_t length, uint8_t *dst) {
-    uint8_t *at = dst + ((length - 1) & ~(kChunkBytes - 1));
     uint64_t chunk = t.chunk[code];
+    if (length <= kChunkBytes) [[likely]] {
+        store_le64(dst, chunk);
+        return static_cast<uint8_t>(chunk);
+    }
+    uint8_t *at = dst + ((length - 1) & ~(kChunkBytes - 1));
     store_le64(at, chunk);
-    while (at != dst) [[unlikely]] {
+    do {
         at -= kChunkBytes;
         code = chunk_prefix_of(t.link[code]);
         chunk = t.chunk[code];
         store_le64(at, chunk);
-    }
+    } while (at != dst);
     return static_cast<uint8_t>(chunk);
 }
 
