@@ -46,88 +46,20 @@
 // rest before it starts.
 
 #include <algorithm>
-#include <bit>
 #include <cstddef>
 #include <cstring>
 
 #include "gif/frame_composer.h"
 #include "gif/gif_input.h"
+#include "gif/lzw_bits.h"
+#include "gif/lzw_table.h"
 #include "kovra_gif.h"
 
 namespace {
 
-using kovra::gif::FrameLineComposer;
-using kovra::gif::refill_input;
+using namespace kovra::gif;
 
 constexpr uint32_t kMaxCodeWidth = 12;
-constexpr uint32_t kChunkBytes = 8;
-
-enum class Fill { kOk, kFailed, kInputEnded };
-
-inline uint64_t load_le64(const uint8_t *p) {
-    uint64_t v;
-    std::memcpy(&v, p, 8);
-    if constexpr (std::endian::native == std::endian::big) v = __builtin_bswap64(v);
-    return v;
-}
-
-inline void store_le64(uint8_t *p, uint64_t v) {
-    if constexpr (std::endian::native == std::endian::big) v = __builtin_bswap64(v);
-    std::memcpy(p, &v, 8);
-}
-
-// The bit reader between codes: the current sub-block's data is [block_begin, block_end), and
-// bytes [p, block_end) of it are not loaded yet; [p, data_end) is everything buffered. Bits of
-// acc above `bits` are zero or copies of bytes not yet counted (an 8-byte load counts only the
-// bytes that fit).
-struct BitReader {
-    uint8_t *p;
-    uint8_t *block_begin;
-    uint8_t *block_end;
-    uint8_t *data_end;
-    uint64_t acc;
-    int32_t bits;
-};
-
-// Reads a sub-block size; the whole sub-block and the byte after it must then be buffered.
-Fill open_block(BitReader &r, uint8_t *buffer, KOVRADALT_IO *io) {
-    const int32_t size = *r.p++;
-    int32_t in_buffer = static_cast<int32_t>(r.data_end - r.p);
-    if (in_buffer < size + 1) {
-        if (refill_input(buffer, io, &in_buffer, &r.p) == 0) {
-            r.data_end = r.p + in_buffer;
-            r.block_begin = r.block_end = r.p;
-            return Fill::kFailed;
-        }
-        r.data_end = r.p + in_buffer;
-        if (in_buffer < size + 1) {
-            r.block_begin = r.block_end = r.p;
-            return Fill::kInputEnded;
-        }
-    }
-    r.block_begin = r.p;
-    r.block_end = r.p + size;
-    return Fill::kOk;
-}
-
-// Loads bytes until `width` bits are held, opening sub-blocks as needed.
-[[gnu::noinline]] Fill fill_bits(BitReader &r, int32_t width, uint8_t *buffer, KOVRADALT_IO *io) {
-    while (r.bits < width) {
-        if (r.block_end - r.p >= 8) {
-            const int32_t n = (63 - r.bits) >> 3;
-            r.acc |= load_le64(r.p) << r.bits;
-            r.p += n;
-            r.bits += 8 * n;
-        } else if (r.p < r.block_end) {
-            r.acc |= static_cast<uint64_t>(*r.p++) << r.bits;
-            r.bits += 8;
-        } else {
-            const Fill opened = open_block(r, buffer, io);
-            if (opened != Fill::kOk) return opened;
-        }
-    }
-    return Fill::kOk;
-}
 
 // Brings at least one byte into the input and moves the unread bytes to the buffer's start.
 bool prime_input(DALTI_GIFInput *input) {
@@ -137,97 +69,6 @@ bool prime_input(DALTI_GIFInput *input) {
     }
     refill_input(input->buffer, input->source, &input->avail, &input->next);
     return true;
-}
-
-// Roots get their one-byte strings; they stay in place from one frame to the next while the code
-// size does not change, since the decoder only ever writes entries above the end code. The clear
-// and end codes have no string: a length of 0 marks them. Entries above the end code may still
-// hold strings of an earlier frame (or whatever the allocation held): the fast loop never reads an
-// entry it has not written in this frame, and the careful loop clears them before it starts
-// (clear_unwritten()), so a frame always sees them as empty.
-void clear_entries(DALTI_LZWTable &t, uint32_t from, uint32_t end) {
-    if (end <= from) return;
-    const size_t count = end - from;
-    std::memset(t.chunk + from, 0, count * sizeof t.chunk[0]);
-    std::memset(t.link + from, 0, count * sizeof t.link[0]);
-    std::memset(t.prefix + from, 0, count * sizeof t.prefix[0]);
-}
-
-// Sets the roots up for the record's code size; returns the end of the entries that may hold
-// old strings.
-uint32_t reset_table(DALTI_GIFDecoderInfo *rec) {
-    DALTI_LZWTable &t = *rec->lzw_table;
-    const int32_t size = rec->lzw_min_code_size;
-    const uint32_t clear = 1u << size;
-    uint32_t stale_end = std::min<uint32_t>(rec->lzw_table_used, DALTI_LZW_TABLE_SIZE);
-    if (rec->lzw_roots_ready != size + 1) {
-        // Nothing is known of a table whose roots were never set; a larger earlier code size
-        // leaves old roots above the new end code.
-        stale_end = rec->lzw_roots_ready > 0 ? std::max(stale_end, (1u << (rec->lzw_roots_ready - 1)) + 2)
-                                              : uint32_t{DALTI_LZW_TABLE_SIZE};
-        clear_entries(t, 0, clear + 2);
-        for (uint32_t code = 0; code < clear; ++code) {
-            t.chunk[code] = code & 0xFFu;
-            t.link[code] = 1;
-        }
-        rec->lzw_roots_ready = size + 1;
-    }
-    rec->lzw_table_used = stale_end;
-    return stale_end;
-}
-
-inline uint32_t length_of(uint64_t link) { return static_cast<uint32_t>(link); }
-inline uint32_t chunk_prefix_of(uint64_t link) { return static_cast<uint32_t>(link >> 32) & 0xFFFFu; }
-
-inline uint8_t last_byte(const DALTI_LZWTable &t, uint32_t code) {
-    return static_cast<uint8_t>(t.chunk[code] >> (8 * ((length_of(t.link[code]) - 1) % kChunkBytes)));
-}
-
-// Writes code's string at dst byte by byte through the prefix chain, last byte first (it has
-// been checked to fit); returns its first byte.
-inline uint8_t walk_string(const DALTI_LZWTable &t, uint32_t code, uint8_t *dst) {
-    uint8_t *end = dst + length_of(t.link[code]);
-    while (end != dst) {
-        *--end = last_byte(t, code);
-        code = t.prefix[code];
-    }
-    return dst[0];
-}
-
-// Writes code's string at dst chunk by chunk, last chunk first; returns its first byte. The
-// buffer must have room for length + 7 bytes.
-inline uint8_t write_chunks(const DALTI_LZWTable &t, uint32_t code, uint32_t length, uint8_t *dst) {
-    uint64_t chunk = t.chunk[code];
-    if (length <= kChunkBytes) [[likely]] {
-        store_le64(dst, chunk);
-        return static_cast<uint8_t>(chunk);
-    }
-    uint8_t *at = dst + ((length - 1) & ~(kChunkBytes - 1));
-    store_le64(at, chunk);
-    do {
-        at -= kChunkBytes;
-        code = chunk_prefix_of(t.link[code]);
-        chunk = t.chunk[code];
-        store_le64(at, chunk);
-    } while (at != dst);
-    return static_cast<uint8_t>(chunk);
-}
-
-// Makes entry `code` prev's string plus `first`. (A length that wraps past 32 bits, which only
-// the careful loop's stale entries could reach, spills into the chunk prefix, which that loop
-// never reads.)
-inline void add_entry(DALTI_LZWTable &t, uint32_t code, uint32_t prev, uint8_t first) {
-    const uint64_t base = t.link[prev];
-    const uint64_t shifted_first = static_cast<uint64_t>(first) << ((base << 3) & 63);  // to byte length % 8
-    if (base % kChunkBytes != 0) {
-        // prev's last chunk has room for one more byte.
-        t.chunk[code] = t.chunk[prev] | shifted_first;
-        t.link[code] = base + 1;
-    } else {
-        t.chunk[code] = shifted_first;
-        t.link[code] = (base & 0xFFFFFFFFu) + 1 + (static_cast<uint64_t>(prev) << 32);
-    }
-    t.prefix[code] = static_cast<uint16_t>(prev);
 }
 
 // The state FrameDecoder::run_fast takes and hands back, and what it returns besides a code it
