@@ -11,17 +11,17 @@
 // been written, and becomes the next row's head. Every string must end within screen_width + 4096
 // bytes; a frame wider than that cannot be decoded and fails at once.
 //
-// The translation table is the record's lzw_table (kovra_gif.h): each code's string both byte by
-// byte (prefix code, last byte, length: the values the step functions keep in DALTI_LZWTables) and
-// as a chain of 8-byte chunks counted from the string's start. The fast loop writes a string
-// chunk by chunk, last chunk first, with one 8-byte store each; the last chunk's store may write
-// up to seven bytes past the string's end, into positions no string has reached yet (the buffer
-// has room for them). The chunk chains are exact as long as every code refers to the current run
-// of codes (since the last clear code), which a well-formed stream always does. A code beyond the
-// table, or one that follows a clear code without being a root, makes later entries refer to
-// strings that later codes may overwrite; from there to the end of the frame the decoder walks
-// every string byte by byte through the prefix chain, which gives exactly the strings the table
-// holds at that moment.
+// The translation table is the record's lzw_table (kovra_gif.h, lzw_table.h): each code's
+// string both byte by byte (prefix code, last byte, length: the values the step functions keep in
+// DALTI_LZWTables) and as a chain of 8-byte chunks counted from the string's start. The fast loop
+// writes a string chunk by chunk, last chunk first, with one 8-byte store each; the last chunk's
+// store may write up to seven bytes past the string's end, into positions no string has reached
+// yet (the buffer has room for them). The chunk chains are exact as long as every code refers to
+// the current run of codes (since the last clear code), which a well-formed stream always does. A
+// code beyond the table, or one that follows a clear code without being a root, makes later
+// entries refer to strings that later codes may overwrite; from there to the end of the frame the
+// decoder walks every string byte by byte through the prefix chain, which gives exactly the
+// strings the table holds at that moment.
 
 // Codes: clear = 1 << min_code_size, end = clear + 1; the width starts at min_code_size + 1 and
 // grows when the next free code reaches 1 << width, up to 12 bits. A code at or beyond the next
