@@ -42,11 +42,14 @@ inline Words4 load_words4(const uint32_t *src) {
     return words;
 }
 
-inline void store_words4(uint8_t *dst, Words4 words) {
+inline void store_words4(uint32_t *dst, Words4 words) { std::memcpy(dst, &words, sizeof words); }
+
+// Four output pixels, each stored as store_le32 would.
+inline void store_pixels4(uint8_t *dst, Words4 pixels) {
     if constexpr (std::endian::native == std::endian::big) {
-        for (int i = 0; i < 4; ++i) words[i] = __builtin_bswap32(words[i]);
+        for (int i = 0; i < 4; ++i) pixels[i] = __builtin_bswap32(pixels[i]);
     }
-    std::memcpy(dst, &words, sizeof words);
+    std::memcpy(dst, &pixels, sizeof pixels);
 }
 
 template <Packing kPacking>
@@ -78,7 +81,9 @@ inline Words4 packed4(Words4 words) {
 template <Packing kPacking>
 void put_canvas(const uint32_t *canvas_line, uint8_t *dst, int32_t from, int32_t to) {
     int32_t k = from;
-    for (; k + 3 < to; k += 4) store_words4(dst + 4 * static_cast<int64_t>(k), packed4<kPacking>(load_words4(canvas_line + k)));
+    for (; k + 3 < to; k += 4) {
+        store_pixels4(dst + 4 * static_cast<int64_t>(k), packed4<kPacking>(load_words4(canvas_line + k)));
+    }
     for (; k < to; ++k) put<kPacking>(dst, k, packed<kPacking>(canvas_line[k]));
 }
 
@@ -93,7 +98,9 @@ inline void compose_pixel(uint8_t index, uint32_t *canvas_px, uint8_t *dst, int3
         put<kPacking>(dst, k, frame.shown[index]);
         if constexpr (kDisposal == Disposal::kKeep) *canvas_px = colors[index];
     }
-    if constexpr (kDisposal == Disposal::kRestoreBackground) *canvas_px = kTransparency ? GIF_COLOR_UNSET : kCanvasWhite;
+    if constexpr (kDisposal == Disposal::kRestoreBackground) {
+        *canvas_px = kTransparency ? GIF_COLOR_UNSET : kCanvasWhite;
+    }
 }
 
 // One output row: canvas columns around the frame's span, composed pixels inside it.
@@ -122,8 +129,8 @@ void compose_row(const DALTI_GIFDecoderInfo *rec, const Frame &frame, uint32_t *
                 canvas_words = (old & clear) | (canvas_words & ~clear);
                 shown = (packed4<kPacking>(old) & clear) | (shown & ~clear);
             }
-            store_words4(reinterpret_cast<uint8_t *>(canvas_line + k), canvas_words);
-            store_words4(out, shown);
+            store_words4(canvas_line + k, canvas_words);
+            store_pixels4(out, shown);
         }
         for (; k < end_col; ++k) {
             compose_pixel<kDisposal, kTransparency, kPacking>(line[k - first_col], canvas_line + k, dst, k, colors,
@@ -180,7 +187,8 @@ Packing packing_of(int32_t format) {
 void fill_shown(const uint32_t *colors, Packing packing, uint32_t *shown) {
     if (colors == nullptr) return;
     for (int32_t i = 0; i < DALTI_GIF_PALETTE_SLOTS; ++i) {
-        shown[i] = packing == Packing::kRgba ? packed<Packing::kRgba>(colors[i]) : packed<Packing::kFrameBgra>(colors[i]);
+        shown[i] =
+            packing == Packing::kRgba ? packed<Packing::kRgba>(colors[i]) : packed<Packing::kFrameBgra>(colors[i]);
     }
 }
 

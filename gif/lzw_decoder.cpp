@@ -110,7 +110,8 @@ class FrameDecoder {
 public:
     FrameDecoder(KOVRADALT_IO *io, DALTI_GIFDecoderInfo *rec, uint8_t *out, const FrameLineComposer *composer,
                  uint32_t stale_end)
-        : io_(io), rec_(rec), out_(out), composer_(composer), stale_end_(stale_end), input_(rec->input), table_(*rec->lzw_table), line_(rec->line_buffer),
+        : io_(io), rec_(rec), out_(out), composer_(composer), stale_end_(stale_end), input_(rec->input),
+          table_(*rec->lzw_table), line_(rec->line_buffer),
           line_end_(rec->line_buffer + rec->line_buffer_size), row_end_(rec->line_buffer + rec->frame_width),
           clear_(1u << rec->lzw_min_code_size) {}
     int32_t run();
@@ -133,7 +134,9 @@ private:
                 return nullptr;
             }
             const int32_t overflow = pos - frame_width;
-            if (overflow > 0 && frame_width > 0) std::memmove(line_, line_ + frame_width, static_cast<size_t>(overflow));
+            if (overflow > 0 && frame_width > 0) {
+                std::memmove(line_, line_ + frame_width, static_cast<size_t>(overflow));
+            }
             pos = overflow;
             if (++rows_ >= rec_->frame_height) {
                 stop_value_ = 1;

@@ -126,7 +126,8 @@ typedef struct DALTI_LZWTable {
 /* ---- Record, header and colour tables ---- */
 
 /* Allocates the input record and buffer, both colour tables, the LZW tables and the frame
- * decoder's table into a zero-filled record; stops at the first failure, leaving what it allocated for the destructor. */
+ * decoder's table into a zero-filled record; stops at the first failure, leaving what it
+ * allocated for the destructor. */
 KOVRA_API int32_t DALTI_CreateGIFDecoderInfo(DALTI_GIFDecoderInfo *rec);
 /* Reads the header and global table from offset 0 of rec's input source. A zero screen size
  * also destroys rec. */
