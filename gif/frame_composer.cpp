@@ -189,11 +189,10 @@ Packing packing_of(int32_t format) {
     return Packing::kNone;
 }
 
-void fill_shown(const uint32_t *colors, Packing packing, uint32_t *shown) {
-    if (colors == nullptr) return;
-    for (int32_t i = 0; i < DALTI_GIF_PALETTE_SLOTS; ++i) {
-        shown[i] =
-            packing == Packing::kRgba ? packed<Packing::kRgba>(colors[i]) : packed<Packing::kFrameBgra>(colors[i]);
+template <Packing kPacking>
+void fill_shown(const uint32_t *colors, uint32_t *shown) {
+    for (int32_t i = 0; i < DALTI_GIF_PALETTE_SLOTS; i += 4) {
+        store_words4(shown + i, packed4<kPacking>(load_words4(colors + i)));
     }
 }
 
@@ -222,7 +221,11 @@ FrameLineComposer::FrameLineComposer(const DALTI_GIFDecoderInfo *rec) : frame_{}
     frame_.row_bytes = packing == Packing::kNone ? 0 : static_cast<int64_t>(out_w) * 4;
     with_output_ = composer_for(rec, packing);
     canvas_only_ = composer_for(rec, Packing::kNone);
-    if (buffers_fit_ && packing != Packing::kNone) fill_shown(rec->active_colors, packing, frame_.shown);
+    if (buffers_fit_ && packing == Packing::kRgba) {
+        fill_shown<Packing::kRgba>(rec->active_colors, frame_.shown);
+    } else if (buffers_fit_ && packing == Packing::kFrameBgra) {
+        fill_shown<Packing::kFrameBgra>(rec->active_colors, frame_.shown);
+    }
 }
 
 int32_t FrameLineComposer::compose_line(DALTI_GIFDecoderInfo *rec) const {
