@@ -59,8 +59,15 @@ std::string dms_text(const DALTJ_Rational dms[3], const char *ref) {
 
 constexpr int kDecimalDigits = 6;  // of the signed decimal degrees, as in the text output
 
+// One JSON value per EXIF type; field() names it inside an object.
+void put(JsonWriter &json, uint32_t number) { json.value(number); }
+void put(JsonWriter &json, bool flag) { json.value(flag); }
+
+// Bytes of no known encoding, already cut to the field's length.
+void put(JsonWriter &json, const std::string &bytes) { json.byte_string(bytes); }
+
 // A string field: its bytes up to the terminator, or null when the file did not have it.
-void string_json(JsonWriter &json, const char *text) {
+void put(JsonWriter &json, const char *text) {
     if (text != nullptr) {
         json.byte_string(text);
     } else {
@@ -68,79 +75,70 @@ void string_json(JsonWriter &json, const char *text) {
     }
 }
 
-void rational_json(JsonWriter &json, const DALTJ_Rational &r) {
+void put(JsonWriter &json, const DALTJ_Rational &r) {
     json.begin_array();
     json.value(r.numerator);
     json.value(r.denominator);
     json.end_array();
 }
 
-void srational_json(JsonWriter &json, const DALTJ_SRational &r) {
+void put(JsonWriter &json, const DALTJ_SRational &r) {
     json.begin_array();
     json.value(r.numerator);
     json.value(r.denominator);
     json.end_array();
 }
 
-void rationals_json(JsonWriter &json, const DALTJ_Rational r[3]) {
+template <typename T, size_t kCount>
+void put(JsonWriter &json, const T (&items)[kCount]) {
     json.begin_array();
-    for (int i = 0; i < 3; ++i) rational_json(json, r[i]);
+    for (const T &item : items) put(json, item);
     json.end_array();
 }
 
-void gps_json(JsonWriter &json, const DALTJ_GpsInfo &g) {
+void put(JsonWriter &json, const DALTJ_GpsInfo &g);
+void put(JsonWriter &json, const DALTJ_ThumbnailInfo &t);
+
+template <typename T>
+void field(JsonWriter &json, const char *name, const T &value) {
+    json.key(name);
+    put(json, value);
+}
+
+void put(JsonWriter &json, const DALTJ_GpsInfo &g) {
     json.begin_object();
     json.key("version_id");
     json.begin_array();
     for (const uint8_t part : g.version_id) json.value(static_cast<uint32_t>(part));
     json.end_array();
-    json.key("latitude_ref");
-    json.byte_string(short_text(g.latitude_ref, 2));
-    json.key("latitude");
-    rationals_json(json, g.latitude);
+    field(json, "latitude_ref", short_text(g.latitude_ref, 2));
+    field(json, "latitude", g.latitude);
     json.key("latitude_decimal");
     json.fixed(decimal_degrees(g.latitude, g.latitude_ref), kDecimalDigits);
-    json.key("longitude_ref");
-    json.byte_string(short_text(g.longitude_ref, 2));
-    json.key("longitude");
-    rationals_json(json, g.longitude);
+    field(json, "longitude_ref", short_text(g.longitude_ref, 2));
+    field(json, "longitude", g.longitude);
     json.key("longitude_decimal");
     json.fixed(decimal_degrees(g.longitude, g.longitude_ref), kDecimalDigits);
-    json.key("altitude_ref");
-    json.value(g.altitude_ref);
-    json.key("altitude");
-    rational_json(json, g.altitude);
-    json.key("time_stamp");
-    rationals_json(json, g.time_stamp);
-    json.key("map_datum");
-    string_json(json, g.map_datum);
-    json.key("processing_method_present");
-    json.value(g.processing_method != nullptr);
-    json.key("date_stamp");
-    json.byte_string(short_text(g.date_stamp, 11));
+    field(json, "altitude_ref", g.altitude_ref);
+    field(json, "altitude", g.altitude);
+    field(json, "time_stamp", g.time_stamp);
+    field(json, "map_datum", g.map_datum);
+    field(json, "processing_method_present", g.processing_method != nullptr);
+    field(json, "date_stamp", short_text(g.date_stamp, 11));
     json.end_object();
 }
 
-void thumbnail_json(JsonWriter &json, const DALTJ_ThumbnailInfo &t) {
+void put(JsonWriter &json, const DALTJ_ThumbnailInfo &t) {
     json.begin_object();
-    json.key("present");
-    json.value(t.present);
-    json.key("width");
-    json.value(t.width);
-    json.key("height");
-    json.value(t.height);
-    json.key("compression");
-    json.value(t.compression);
-    json.key("photometric");
-    json.value(t.photometric);
-    json.key("byte_count");
-    json.value(t.byte_count);
-    json.key("data_offset");
-    json.value(t.data_offset);
-    json.key("planar_configuration");
-    json.value(t.planar_configuration);
-    json.key("tag_4173");
-    json.value(t.tag_4173);
+    field(json, "present", t.present);
+    field(json, "width", t.width);
+    field(json, "height", t.height);
+    field(json, "compression", t.compression);
+    field(json, "photometric", t.photometric);
+    field(json, "byte_count", t.byte_count);
+    field(json, "data_offset", t.data_offset);
+    field(json, "planar_configuration", t.planar_configuration);
+    field(json, "tag_4173", t.tag_4173);
     json.end_object();
 }
 
@@ -254,36 +252,21 @@ void ExifReport::print_text(FILE *out, const char *indent) const {
 
 void ExifReport::write_json(JsonWriter &json) const {
     const DALTJ_ExifInfo &e = info_;
-    const auto field = [&json](const char *name, uint32_t value) {
-        json.key(name);
-        json.value(value);
-    };
     json.begin_object();
-    json.key("found");
-    json.value(found_);
-    if (tiff_) field("tiff_jpeg_offset", tiff_jpeg_offset_);
-    json.key("bits_per_sample");
-    json.begin_array();
-    for (const uint32_t bits : e.bits_per_sample) json.value(bits);
-    json.end_array();
-    field("compression", e.compression);
-    json.key("make");
-    string_json(json, e.make);
-    json.key("model");
-    string_json(json, e.model);
-    field("orientation", e.orientation);
-    json.key("x_resolution");
-    rational_json(json, e.x_resolution);
-    json.key("y_resolution");
-    rational_json(json, e.y_resolution);
-    field("resolution_unit", e.resolution_unit);
-    json.key("software");
-    string_json(json, e.software);
-    field("ycbcr_positioning", e.ycbcr_positioning);
-    json.key("rights_notice");
-    string_json(json, e.rights_notice);
-    json.key("exposure_time");
-    rational_json(json, e.exposure_time);
+    field(json, "found", found_);
+    if (tiff_) field(json, "tiff_jpeg_offset", tiff_jpeg_offset_);
+    field(json, "bits_per_sample", e.bits_per_sample);
+    field(json, "compression", e.compression);
+    field(json, "make", e.make);
+    field(json, "model", e.model);
+    field(json, "orientation", e.orientation);
+    field(json, "x_resolution", e.x_resolution);
+    field(json, "y_resolution", e.y_resolution);
+    field(json, "resolution_unit", e.resolution_unit);
+    field(json, "software", e.software);
+    field(json, "ycbcr_positioning", e.ycbcr_positioning);
+    field(json, "rights_notice", e.rights_notice);
+    field(json, "exposure_time", e.exposure_time);
     // Four bytes, not a terminated string: a zero byte among them is written as \u0000.
     json.key("exif_version");
     if (e.exif_version != nullptr) {
@@ -291,32 +274,24 @@ void ExifReport::write_json(JsonWriter &json) const {
     } else {
         json.null();
     }
-    json.key("date_time_original");
-    string_json(json, e.date_time_original);
-    json.key("date_time_digitized");
-    string_json(json, e.date_time_digitized);
-    field("flash", e.flash);
-    field("color_space", e.color_space);
-    field("pixel_x_dimension", e.pixel_x_dimension);
-    field("pixel_y_dimension", e.pixel_y_dimension);
-    field("exposure_mode", e.exposure_mode);
-    field("white_balance", e.white_balance);
-    json.key("digital_zoom_ratio");
-    rational_json(json, e.digital_zoom_ratio);
-    json.key("focal_length");
-    rational_json(json, e.focal_length);
-    field("iso_speed", e.iso_speed);
-    json.key("exposure_bias");
-    srational_json(json, e.exposure_bias);
-    json.key("f_number");
-    rational_json(json, e.f_number);
-    json.key("shutter_speed");
-    srational_json(json, e.shutter_speed);
-    json.key("thumbnail");
-    thumbnail_json(json, e.thumbnail);
+    field(json, "date_time_original", e.date_time_original);
+    field(json, "date_time_digitized", e.date_time_digitized);
+    field(json, "flash", e.flash);
+    field(json, "color_space", e.color_space);
+    field(json, "pixel_x_dimension", e.pixel_x_dimension);
+    field(json, "pixel_y_dimension", e.pixel_y_dimension);
+    field(json, "exposure_mode", e.exposure_mode);
+    field(json, "white_balance", e.white_balance);
+    field(json, "digital_zoom_ratio", e.digital_zoom_ratio);
+    field(json, "focal_length", e.focal_length);
+    field(json, "iso_speed", e.iso_speed);
+    field(json, "exposure_bias", e.exposure_bias);
+    field(json, "f_number", e.f_number);
+    field(json, "shutter_speed", e.shutter_speed);
+    field(json, "thumbnail", e.thumbnail);
     json.key("gps");
     if (e.gps != nullptr) {
-        gps_json(json, *e.gps);
+        put(json, *e.gps);
     } else {
         json.null();
     }
