@@ -235,6 +235,37 @@ TEST(GifComposer, FormatEightPacksFrameRowsTheirOwnWay) {
     EXPECT_EQ(animation.frames[0], expected);
 }
 
+TEST(GifComposer, FormatEightFrameRowsAcrossGroupsOfFourPixels) {
+    // A 9 x 3 screen: frame A covers it (two groups of four pixels and one more per row); frame B,
+    // 7 x 1 at (1, 1), has transparent pixels inside a group and canvas columns on both sides.
+    // Rows a frame covers are packed the frame path's way, the rest by the regular writer.
+    const std::vector<Rgb> palette = {{0x12, 0x34, 0x56}, {0xA0, 0xB0, 0xC0}, {0x01, 0x02, 0x03}};
+    Bytes a_indexes;
+    for (int i = 0; i < 27; ++i) a_indexes.push_back(static_cast<uint8_t>(i % 3));
+    const std::vector<ModelFrame> frames = {{0, 0, 9, 3, a_indexes, palette, 1, false, 0},
+                                            {1, 1, 7, 1, {0, 1, 2, 0, 1, 2, 1}, palette, 1, true, 0}};
+    const Animation animation = decode_animation(encode_animation(9, 3, frames), KOVRADALT_FORMAT_BGRA32, 1);
+    ASSERT_EQ(animation.frames.size(), 2u);
+    const auto model = compose_frames(9, 3, frames);
+    auto packed = [](uint32_t w, bool frame_path) {
+        if (frame_path) {
+            return Bytes{static_cast<uint8_t>(w), static_cast<uint8_t>(w >> 10), static_cast<uint8_t>(w >> 20), 255};
+        }
+        return Bytes{static_cast<uint8_t>(w >> 16), static_cast<uint8_t>(w >> 8), static_cast<uint8_t>(w), 255};
+    };
+    for (size_t f = 0; f < frames.size(); ++f) {
+        Bytes expected;
+        for (int y = 0; y < 3; ++y) {
+            const bool frame_row = y >= frames[f].top && y < frames[f].top + frames[f].height;
+            for (int x = 0; x < 9; ++x) {
+                const Bytes px = packed(model[f][static_cast<size_t>(y * 9 + x)], frame_row);
+                expected.insert(expected.end(), px.begin(), px.end());
+            }
+        }
+        EXPECT_EQ(animation.frames[f], expected) << f;
+    }
+}
+
 TEST(GifComposer, RandomAnimationsMatchTheModelAtEverySampleSize) {
     std::mt19937 random(2024);
     for (int round = 0; round < 12; ++round) {
