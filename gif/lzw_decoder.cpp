@@ -71,26 +71,7 @@ bool prime_input(DALTI_GIFInput *input) {
     return true;
 }
 
-// The state FrameDecoder::run_fast takes and hands back, and what it returns besides a code it
-// leaves to the general loop (clear, end, beyond the table; already taken): kStopped when the
-// rows are done or one could not be written (stop_value_ says which), kInputStopped when the
-// input failed or ended (`input` says which), kTableFilled when it made the last entry.
-struct FastRun {
-    BitReader reader;
-    int32_t width;
-    uint32_t next_free;
-    uint32_t grow_at;
-    uint32_t prev;
-    uint8_t first;
-    uint8_t *dst;
-    Fill input = Fill::kOk;  // why the input stopped, after kInputStopped
-};
-
-constexpr uint32_t kStopped = UINT32_MAX;
-constexpr uint32_t kInputStopped = UINT32_MAX - 1;
-constexpr uint32_t kTableFilled = UINT32_MAX - 2;
-
-// Everything a decode loop hands on: the bit reader, the code state and the line position.
+// Everything the decode loops hand on: the bit reader, the code state and the line position.
 struct DecodeState {
     BitReader reader;
     int32_t width;
@@ -100,9 +81,28 @@ struct DecodeState {
     uint32_t prev;
     uint8_t first;        // first byte of prev's string
     uint8_t *dst;         // where the next string goes
-    uint32_t pending;     // a code taken but not yet handled (careful loop only)
+    uint32_t pending;     // a code taken in fast mode and left to the careful loop
     bool has_pending;
+    Fill input;           // why the input stopped, after run_fast's kInputStopped
 };
+
+// What FrameDecoder::run_fast returns besides a code it leaves to fast_mode (clear, end, beyond
+// the table; already taken): kStopped when the rows are done or one could not be written
+// (stop_value_ says which), kInputStopped when the input failed or ended (`input` says which),
+// kTableFilled when it made the last entry.
+constexpr uint32_t kStopped = UINT32_MAX;
+constexpr uint32_t kInputStopped = UINT32_MAX - 1;
+constexpr uint32_t kTableFilled = UINT32_MAX - 2;
+
+// Takes a code of `width` bits, which the reader holds.
+inline uint32_t take_code(BitReader &r, int32_t width) {
+    const auto code = static_cast<uint32_t>(r.acc) & ((1u << width) - 1);
+    r.acc >>= width;
+    r.bits -= width;
+    return code;
+}
+
+enum class Restart { kRoot, kNotARoot, kDone };
 
 enum class LoopEnd { kDone, kCareful };
 
@@ -117,10 +117,11 @@ public:
     int32_t run();
 
 private:
-    template <bool kCareful>
-    LoopEnd loop(DecodeState &s);
+    Restart restart(DecodeState &s);
+    LoopEnd fast_mode(DecodeState &s);
     template <bool kTableFull>
-    [[gnu::noinline]] uint32_t run_fast(FastRun &run);
+    [[gnu::noinline]] uint32_t run_fast(DecodeState &s);
+    void careful_loop(DecodeState &s);
 
     // Writes the completed rows at the line buffer's start and moves what follows them there;
     // returns where the next string goes, or null when decoding stops (stop_value_ then holds the
@@ -205,7 +206,7 @@ private:
 // the compiler can keep it in registers although the line buffer's stores could alias any
 // memory. With kTableFull the table has no room left, and no entries are made.
 template <bool kTableFull>
-uint32_t FrameDecoder::run_fast(FastRun &run) {
+uint32_t FrameDecoder::run_fast(DecodeState &run) {
     DALTI_LZWTable &t = table_;
     const uint8_t *const row_end = row_end_;
     uint8_t *p = run.reader.p;
@@ -302,238 +303,152 @@ uint32_t FrameDecoder::run_fast(FastRun &run) {
     return unhandled;
 }
 
-// One decode loop. The fast one (kCareful false) writes strings by their chunk chains and leaves
-// with kCareful at the first code that could make a chain wrong; the careful one walks every
-// string byte by byte. The fast loop runs only when every string fits (see run()), so it checks
-// no lengths.
-template <bool kCareful>
-LoopEnd FrameDecoder::loop(DecodeState &s) {
-    DALTI_LZWTable &table = table_;
-    uint8_t *const line_end = line_end_;
-    const uint32_t clear = clear_;
-    const uint32_t end_code = clear + 1;
-    const int32_t min_code_size = rec_->lzw_min_code_size;
-    uint8_t *const row_end = row_end_;
-    uint8_t *const buffer = input_->buffer;
-
-    // Local copies, so that the compiler can keep them in registers.
-    uint8_t *p = s.reader.p;
-    uint8_t *block_begin = s.reader.block_begin;
-    uint8_t *block_end = s.reader.block_end;
-    uint8_t *data_end = s.reader.data_end;
-    uint64_t acc = s.reader.acc;
-    int32_t bits = s.reader.bits;
-    int32_t width = s.width;
-    uint32_t mask = (1u << width) - 1;
-    uint32_t next_free = s.next_free;
-    uint32_t grow_at = s.grow_at;
-    uint32_t table_high = s.table_high;
-    uint32_t prev = s.prev;
-    uint8_t first = s.first;
-    uint8_t *dst = s.dst;
-
-    auto save = [&]() {
-        s.reader = BitReader{p, block_begin, block_end, data_end, acc, bits};
-        s.width = width;
-        s.next_free = next_free;
-        s.grow_at = grow_at;
-        s.table_high = table_high;
-        s.prev = prev;
-        s.first = first;
-        s.dst = dst;
-    };
-    auto done = [&](int32_t value) {
-        save();
-        result_ = finish(s, value);
-        return LoopEnd::kDone;
-    };
-    // Makes `width` bits available through the slow path; false when the input stopped.
-    auto fill = [&]() -> bool {
-        BitReader r{p, block_begin, block_end, data_end, acc, bits};
-        const Fill filled = fill_bits(r, width, buffer, io_);
-        p = r.p;
-        block_begin = r.block_begin;
-        block_end = r.block_end;
-        data_end = r.data_end;
-        acc = r.acc;
-        bits = r.bits;
-        if (filled == Fill::kOk) return true;
-        save();
-        result_ = input_stopped(s, filled);
-        return false;
-    };
-    auto take = [&]() -> uint32_t {
-        const auto code = static_cast<uint32_t>(acc) & mask;
-        acc >>= width;
-        bits -= width;
-        return code;
-    };
-    // Runs the fast path from the loop's state and takes its state back.
-    auto fast_codes = [&]() -> uint32_t {
-        FastRun run{BitReader{p, block_begin, block_end, data_end, acc, bits}, width, next_free, grow_at, prev, first,
-                    dst};
-        uint32_t code = run.next_free == DALTI_LZW_TABLE_SIZE ? run_fast<true>(run) : run_fast<false>(run);
-        if (code == kTableFilled) code = run_fast<true>(run);
-        p = run.reader.p;
-        block_begin = run.reader.block_begin;
-        block_end = run.reader.block_end;
-        data_end = run.reader.data_end;
-        acc = run.reader.acc;
-        bits = run.reader.bits;
-        width = run.width;
-        mask = (1u << width) - 1;
-        next_free = run.next_free;
-        grow_at = run.grow_at;
-        prev = run.prev;
-        first = run.first;
-        dst = run.dst;
-        if (code == kInputStopped) {
-            save();
-            result_ = input_stopped(s, run.input);
+// After a clear code, and for a frame's first code: the table starts again, further clear codes
+// are skipped, and the next code is written as one byte. kNotARoot when that code is not a root
+// (the next entry then builds on a string of an earlier run of codes); kDone when the decode has
+// ended (an end code, or the input stopped), with result_ set.
+Restart FrameDecoder::restart(DecodeState &s) {
+    s.table_high = std::max(s.table_high, s.next_free);
+    s.width = rec_->lzw_min_code_size + 1;
+    s.next_free = clear_ + 2;
+    s.grow_at = 1u << s.width;
+    uint32_t code;
+    do {
+        const Fill filled = fill_bits(s.reader, s.width, input_->buffer, io_);
+        if (filled != Fill::kOk) {
+            result_ = input_stopped(s, filled);
+            return Restart::kDone;
         }
-        return code;
-    };
-
-    uint32_t code = 0;
-    bool have_code = false;
-    if constexpr (kCareful) {
-        have_code = s.has_pending;
-        code = s.pending;
-        s.has_pending = false;
+        code = take_code(s.reader, s.width);
+    } while (code == clear_);
+    if (code == clear_ + 1) {
+        result_ = finish(s, 1);
+        return Restart::kDone;
     }
-    for (;;) {
-        if (!have_code) {
-            if (dst >= row_end) [[unlikely]] {
-                uint8_t *const next = next_row(dst);
-                if (next == nullptr) return done(stop_value_);
-                dst = next;
-            }
-            if constexpr (!kCareful) {
-                code = fast_codes();
-                if (code == kStopped) return done(stop_value_);
-                if (code == kInputStopped) return LoopEnd::kDone;
-                have_code = true;
-            }
-        }
-        if (!have_code) {
-            // Topping the accumulator up on every code while the sub-block has eight bytes left
-            // keeps this branch predictable; near a sub-block's end bytes come one at a time.
-            // (bits | 56 equals bits + 8 * n for the n whole bytes that fit.)
-            if (block_end - p >= 8) [[likely]] {
-                acc |= load_le64(p) << bits;
-                p += (63 - bits) >> 3;
-                bits |= 56;
-            } else if (bits < width && !fill()) {
-                return LoopEnd::kDone;
-            }
-            code = take();
-        }
-        have_code = false;
+    *s.dst++ = static_cast<uint8_t>(code);
+    s.prev = code;
+    s.first = static_cast<uint8_t>(code);
+    return code >= s.next_free ? Restart::kNotARoot : Restart::kRoot;
+}
 
-        if (code < next_free && code - clear > 1) [[likely]] {
+// Fast mode: run_fast takes the codes it can, and clear and end codes are handled here. Returns
+// kCareful at the first code that could make a chunk chain wrong (left pending in `s` when it
+// has been taken already). Strings need no length checks: fast mode runs only when every string
+// fits (see run()).
+LoopEnd FrameDecoder::fast_mode(DecodeState &s) {
+    for (;;) {
+        uint32_t code = s.next_free == DALTI_LZW_TABLE_SIZE ? run_fast<true>(s) : run_fast<false>(s);
+        if (code == kTableFilled) code = run_fast<true>(s);
+        if (code == kStopped) {
+            result_ = finish(s, stop_value_);
+            return LoopEnd::kDone;
+        }
+        if (code == kInputStopped) {
+            result_ = input_stopped(s, s.input);
+            return LoopEnd::kDone;
+        }
+        if (code == clear_) {
+            const Restart restarted = restart(s);
+            if (restarted == Restart::kDone) return LoopEnd::kDone;
+            if (restarted == Restart::kNotARoot) return LoopEnd::kCareful;
+            continue;
+        }
+        if (code == clear_ + 1) {
+            result_ = finish(s, write_row() ? 1 : 0);
+            return LoopEnd::kDone;
+        }
+        // Beyond the table.
+        s.pending = code;
+        s.has_pending = true;
+        return LoopEnd::kCareful;
+    }
+}
+
+// Careful mode, to the end of the frame: every string is checked to fit and walked byte by byte
+// through its prefix chain.
+void FrameDecoder::careful_loop(DecodeState &s) {
+    const DALTI_LZWTable &table = table_;
+    const uint32_t clear = clear_;
+    for (;;) {
+        uint32_t code;
+        if (s.has_pending) {
+            code = s.pending;
+            s.has_pending = false;
+        } else {
+            if (s.dst >= row_end_) {
+                uint8_t *const next = next_row(s.dst);
+                if (next == nullptr) {
+                    result_ = finish(s, stop_value_);
+                    return;
+                }
+                s.dst = next;
+            }
+            const Fill filled = fill_bits(s.reader, s.width, input_->buffer, io_);
+            if (filled != Fill::kOk) {
+                result_ = input_stopped(s, filled);
+                return;
+            }
+            code = take_code(s.reader, s.width);
+        }
+
+        const auto room = static_cast<size_t>(line_end_ - s.dst);
+        if (code < s.next_free && code - clear > 1) {
             // A root or a table entry (code - clear wraps round for a root).
             const uint32_t length = length_of(table.link[code]);
-            if constexpr (kCareful) {
-                if (length - 1 >= static_cast<size_t>(line_end - dst)) return done(0);  // also refuses length 0
-                first = walk_string(table, code, dst);
-            } else {
-                first = write_chunks(table, code, length, dst);
+            if (length - 1 >= room) {  // also refuses length 0
+                result_ = finish(s, 0);
+                return;
             }
-            dst += length;
-            if (next_free < DALTI_LZW_TABLE_SIZE) add_entry(table, next_free, prev, first);
+            s.first = walk_string(table, code, s.dst);
+            s.dst += length;
         } else if (code == clear) {
-            table_high = std::max(table_high, next_free);
-            width = min_code_size + 1;
-            mask = (1u << width) - 1;
-            next_free = clear + 2;
-            grow_at = 1u << width;
-            do {
-                if (!fill()) return LoopEnd::kDone;
-                code = take();
-            } while (code == clear);
-            if (code == end_code) return done(1);
-            *dst++ = static_cast<uint8_t>(code);
-            prev = code;
-            first = static_cast<uint8_t>(code);
-            if (!kCareful && code >= next_free) {
-                // Not a root: the next entry is built on a string of an earlier run of codes.
-                save();
-                return LoopEnd::kCareful;
-            }
+            if (restart(s) == Restart::kDone) return;
             continue;
-        } else if (code == end_code) {
-            const bool written = write_row();
-            return done(written ? 1 : 0);
-        } else if (!kCareful) {
-            if (code != next_free) {
-                // Beyond the table: handled by the careful loop.
-                save();
-                s.pending = code;
-                s.has_pending = true;
-                return LoopEnd::kCareful;
-            }
-            // Not yet in the table: prev's string plus its own first byte, which is the entry
-            // about to be made.
-            add_entry(table, next_free, prev, first);
-            const uint32_t length = length_of(table.link[code]);
-            write_chunks(table, code, length, dst);
-            dst += length;
+        } else if (code == clear + 1) {
+            result_ = finish(s, write_row() ? 1 : 0);
+            return;
         } else {
             // Not yet in the table, or beyond it: the previous string again plus its first byte
             // (code 0's string when the previous code is itself beyond the table).
-            const uint32_t base = prev < next_free ? prev : 0;
+            const uint32_t base = s.prev < s.next_free ? s.prev : 0;
             const uint32_t length = length_of(table.link[base]);
-            if (length - 1 >= static_cast<size_t>(line_end - dst)) return done(0);
-            walk_string(table, base, dst);
-            dst[length] = first;
-            dst += length + 1;
-            if (next_free < DALTI_LZW_TABLE_SIZE) add_entry(table, next_free, prev, first);
+            if (length - 1 >= room) {
+                result_ = finish(s, 0);
+                return;
+            }
+            walk_string(table, base, s.dst);
+            s.dst[length] = s.first;
+            s.dst += length + 1;
         }
-        if (next_free < DALTI_LZW_TABLE_SIZE) {
-            ++next_free;
-            if (next_free == grow_at && static_cast<uint32_t>(width) < kMaxCodeWidth) {
-                ++width;
-                mask = (1u << width) - 1;
-                grow_at <<= 1;
+        if (s.next_free < DALTI_LZW_TABLE_SIZE) {
+            add_entry(table_, s.next_free, s.prev, s.first);
+            ++s.next_free;
+            if (s.next_free == s.grow_at && static_cast<uint32_t>(s.width) < kMaxCodeWidth) {
+                ++s.width;
+                s.grow_at <<= 1;
             }
         }
-        prev = code;
+        s.prev = code;
     }
 }
 
 int32_t FrameDecoder::run() {
-    const int32_t min_code_size = rec_->lzw_min_code_size;
-    const uint32_t end_code = clear_ + 1;
     DecodeState s{};
     s.reader = BitReader{input_->next, input_->next, input_->next, input_->next + input_->avail, 0, 0};
-    s.width = min_code_size + 1;
     s.next_free = clear_ + 2;
-    s.grow_at = 1u << s.width;
     s.table_high = s.next_free;
+    s.dst = line_ + rec_->line_start;
     // Until the decode ends normally, every entry counts as possibly filled.
     rec_->lzw_table_used = DALTI_LZW_TABLE_SIZE;
 
-    // The first code: clear codes before it are skipped.
-    uint32_t code;
-    do {
-        const Fill filled = fill_bits(s.reader, s.width, input_->buffer, io_);
-        if (filled != Fill::kOk) return input_stopped(s, filled);
-        code = static_cast<uint32_t>(s.reader.acc) & ((1u << s.width) - 1);
-        s.reader.acc >>= s.width;
-        s.reader.bits -= s.width;
-    } while (code == clear_);
-    if (code == end_code) return finish(s, 1);
-    s.dst = line_ + rec_->line_start;
-    *s.dst++ = static_cast<uint8_t>(code);
-    s.prev = code;
-    s.first = static_cast<uint8_t>(code);
+    const Restart first = restart(s);
+    if (first == Restart::kDone) return result_;
     if (rec_->frame_height < 1) return finish(s, 1);
-
     // A first code that is not a root starts the careful loop at once, and so does a frame so
     // wide that a string begun inside a row might not fit behind it.
-    if (code >= s.next_free || !strings_always_fit() || loop<false>(s) == LoopEnd::kCareful) {
+    if (first == Restart::kNotARoot || !strings_always_fit() || fast_mode(s) == LoopEnd::kCareful) {
         clear_unwritten(s);
-        loop<true>(s);
+        careful_loop(s);
     }
     return result_;
 }
