@@ -40,7 +40,7 @@
 // Speed: nearly every code goes through FrameDecoder::run_fast, a loop whose state lives in local
 // variables, so that the compiler can keep it in registers although the line buffer's stores
 // could alias any memory. It writes completed rows and opens sub-blocks through out-of-line calls
-// and hands clear codes, end codes and codes beyond the table to the general loop. Once the table
+// and hands clear codes, end codes and codes beyond the table to fast_mode(). Once the table
 // is full a second instance of it runs, which makes no entries. Between frames the table is not
 // cleared: the fast loop reads only entries the frame has made, and the careful loop clears the
 // rest before it starts.
