@@ -36,12 +36,6 @@ inline void store_le32(uint8_t *dst, uint32_t v) {
     }
 }
 
-// Stores v so that its bits 0-7 land in dst[0], 8-15 in dst[1] and so on.
-inline void store_le64(uint8_t *dst, uint64_t v) {
-    if constexpr (std::endian::native == std::endian::big) v = __builtin_bswap64(v);
-    std::memcpy(dst, &v, 8);
-}
-
 // R, G, B, A.
 inline uint32_t rgba_pixel(uint32_t word) { return word == GIF_COLOR_UNSET ? 0u : (word | 0xFF000000u); }
 

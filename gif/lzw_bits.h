@@ -39,6 +39,14 @@ struct BitReader {
     int32_t bits;
 };
 
+// Takes a code of `width` bits, which the reader holds.
+inline uint32_t take_code(BitReader &r, int32_t width) {
+    const auto code = static_cast<uint32_t>(r.acc) & ((1u << width) - 1);
+    r.acc >>= width;
+    r.bits -= width;
+    return code;
+}
+
 // Loads bytes until `width` bits are held, opening sub-blocks as needed; `buffer` is the input
 // buffer the bytes lie in and `io` the source it is refilled from.
 Fill fill_bits(BitReader &r, int32_t width, uint8_t *buffer, KOVRADALT_IO *io);

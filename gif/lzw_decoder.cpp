@@ -94,14 +94,6 @@ constexpr uint32_t kStopped = UINT32_MAX;
 constexpr uint32_t kInputStopped = UINT32_MAX - 1;
 constexpr uint32_t kTableFilled = UINT32_MAX - 2;
 
-// Takes a code of `width` bits, which the reader holds.
-inline uint32_t take_code(BitReader &r, int32_t width) {
-    const auto code = static_cast<uint32_t>(r.acc) & ((1u << width) - 1);
-    r.acc >>= width;
-    r.bits -= width;
-    return code;
-}
-
 enum class Restart { kRoot, kNotARoot, kDone };
 
 enum class LoopEnd { kDone, kCareful };
