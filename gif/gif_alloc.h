@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstring>
 
+#include "kovra_gif.h"
 #include "kovra_os.h"
 
 namespace kovra::gif {
@@ -22,6 +23,20 @@ inline void *alloc_array_zeroed(int64_t count, uint64_t size) {
     const uint64_t bytes = static_cast<uint64_t>(count) * size;  // both below 2^32: no wrap
     if (static_cast<uint64_t>(count) > UINT32_MAX || size > UINT32_MAX) return nullptr;
     return alloc_zeroed(bytes);
+}
+
+// The line buffer: `size` bytes that rows are decoded into, DALTI_GIF_LINE_SPARE bytes beyond them,
+// and kLineFront bytes in front of its start, which the LZW decoder's 8-byte stores may cover
+// (rewriting the bytes they hold). The record keeps the pointer to its start.
+inline constexpr int64_t kLineFront = 8;
+
+inline uint8_t *alloc_line_buffer(int64_t size) {
+    auto *block = static_cast<uint8_t *>(alloc_zeroed(static_cast<uint64_t>(kLineFront + size) + DALTI_GIF_LINE_SPARE));
+    return block != nullptr ? block + kLineFront : nullptr;
+}
+
+inline void free_line_buffer(uint8_t *line) {
+    if (line != nullptr) KOVRADALT_OsFree(line - kLineFront);
 }
 
 }  // namespace kovra::gif

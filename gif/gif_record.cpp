@@ -60,7 +60,8 @@ KOVRA_API void DALTI_DelGIFDecoderInfo(DALTI_GIFDecoderInfo *rec) {
         release(rec->input->buffer);
         release(rec->input);
     }
-    release(rec->line_buffer);
+    kovra::gif::free_line_buffer(rec->line_buffer);
+    rec->line_buffer = nullptr;
     release(rec->aux_buffer);
     release(rec->global_colors);
     release(rec->local_colors);

@@ -14,9 +14,9 @@
 // The translation table is the record's lzw_table (kovra_gif.h, lzw_table.h): each code's
 // string both byte by byte (prefix code, last byte, length: the values the step functions keep in
 // DALTI_LZWTables) and as a chain of 8-byte chunks counted from the string's start. The fast loop
-// writes a string chunk by chunk, last chunk first, with one 8-byte store each; the last chunk's
-// store may write up to seven bytes past the string's end, into positions no string has reached
-// yet (the buffer has room for them). The chunk chains are exact as long as every code refers to
+// writes a string with one 8-byte store per chunk; the store holding the string's end ends with
+// it, so the bytes beyond keep what the buffer held (an end code in mid-row writes them out). The
+// chunk chains are exact as long as every code refers to
 // the current run of codes (since the last clear code), which a well-formed stream always does. A
 // code beyond the table, or one that follows a clear code without being a root, makes later
 // entries refer to strings that later codes may overwrite; from there to the end of the frame the
@@ -94,6 +94,13 @@ constexpr uint32_t kStopped = UINT32_MAX;
 constexpr uint32_t kInputStopped = UINT32_MAX - 1;
 constexpr uint32_t kTableFilled = UINT32_MAX - 2;
 
+// Where run_fast next has to look up as the table grows: at the growth point while the next free
+// code has yet to reach it, else when the table is full.
+constexpr uint32_t next_check(uint32_t next_free, uint32_t grow_at) {
+    constexpr uint32_t kTableSize = DALTI_LZW_TABLE_SIZE;
+    return next_free < grow_at && grow_at < kTableSize ? grow_at : kTableSize;
+}
+
 enum class Restart { kRoot, kNotARoot, kDone };
 
 enum class LoopEnd { kDone, kCareful };
@@ -140,12 +147,11 @@ private:
     }
 
     // True when any string the table can hold while its chains are exact (at most 4095 bytes),
-    // begun inside a row, fits with the 7 bytes a chunk store may write past it, in the buffer
-    // and its spare bytes.
+    // begun inside a row, fits in the buffer.
     bool strings_always_fit() const {
         constexpr int64_t kLongest = DALTI_LZW_TABLE_SIZE - 1;
         const int64_t last_start = static_cast<int64_t>(rec_->frame_width) - 1;
-        return last_start + kLongest + (kChunkBytes - 1) <= int64_t{rec_->line_buffer_size} + DALTI_GIF_LINE_SPARE;
+        return last_start + kLongest <= int64_t{rec_->line_buffer_size};
     }
 
     bool write_row() {
@@ -208,9 +214,14 @@ uint32_t FrameDecoder::run_fast(DecodeState &run) {
     uint32_t mask = (1u << width) - 1;
     uint32_t next_free = run.next_free;
     uint32_t grow_at = run.grow_at;
+    // The next free code at which the loop must look up: the width grows there, or the table is
+    // full. With minimum code sizes 0 and 1 the first free code is already past the first growth
+    // point, so the width never grows and only the full table stops the loop.
+    uint32_t check_at = next_check(next_free, grow_at);
     uint32_t prev = run.prev;
     uint8_t first = run.first;
     uint8_t *dst = run.dst;
+    uint64_t tail = load_le64(dst - kChunkBytes);  // the bytes before dst (see write_chunks)
     uint32_t unhandled = 0;  // set wherever the loop ends
     // Eight bytes may be loaded at p while p is at most `last_load` (compared as addresses, since
     // the sub-block may begin less than eight bytes into the buffer).
@@ -223,6 +234,7 @@ uint32_t FrameDecoder::run_fast(DecodeState &run) {
                 break;
             }
             dst = next;
+            tail = load_le64(dst - kChunkBytes);
         }
         if (bits < width) {
             if (reinterpret_cast<uintptr_t>(p) <= last_load) [[likely]] {
@@ -255,7 +267,7 @@ uint32_t FrameDecoder::run_fast(DecodeState &run) {
                 unhandled = code;
                 break;
             }
-            first = write_chunks(t, code, length, dst);
+            first = write_chunks(t, code, length, dst, tail);
             dst += length;
             if constexpr (kTableFull) {
                 prev = code;
@@ -266,21 +278,22 @@ uint32_t FrameDecoder::run_fast(DecodeState &run) {
             // prev's string plus its own first byte: the entry about to be made.
             add_entry(t, next_free, prev, first);
             const uint32_t length = length_of(t.link[code]);
-            write_chunks(t, code, length, dst);
+            write_chunks(t, code, length, dst, tail);
             dst += length;
         } else {
             unhandled = code;
             break;
         }
         prev = code;
-        if (++next_free == grow_at) [[unlikely]] {
-            if (width == kMaxCodeWidth) {
+        if (++next_free == check_at) [[unlikely]] {
+            if (next_free == DALTI_LZW_TABLE_SIZE) {
                 unhandled = kTableFilled;
                 break;
             }
             ++width;
             mask = (1u << width) - 1;
             grow_at <<= 1;
+            check_at = next_check(next_free, grow_at);
         }
     }
     run.reader.p = p;

@@ -45,22 +45,33 @@ inline uint8_t walk_string(const DALTI_LZWTable &t, uint32_t code, uint8_t *dst)
     return dst[0];
 }
 
-// Writes code's string at dst chunk by chunk, last chunk first; returns its first byte. The
-// buffer must have room for length + 7 bytes.
-inline uint8_t write_chunks(const DALTI_LZWTable &t, uint32_t code, uint32_t length, uint8_t *dst) {
-    uint64_t chunk = t.chunk[code];
+// Writes code's string at dst and returns its first byte. The store that holds the string's end
+// is placed to end with it, its first bytes repeating what lies before (`tail`, the 8 bytes before
+// dst on entry, and before the string's end on return); the chunks under it are stored in place,
+// last first. So no byte outside the string changes, and nothing is loaded from the buffer. The
+// buffer must have 8 bytes in front of its start (see gif_alloc.h).
+inline uint8_t write_chunks(const DALTI_LZWTable &t, uint32_t code, uint32_t length, uint8_t *dst, uint64_t &tail) {
+    const uint64_t top = t.chunk[code];
     if (length <= kChunkBytes) [[likely]] {
-        store_le64(dst, chunk);
-        return static_cast<uint8_t>(chunk);
+        const uint32_t top_bits = 8 * length;
+        tail = (tail >> (top_bits - 8) >> 8) | (top << (64 - top_bits));
+        store_le64(dst + length - kChunkBytes, tail);
+        return static_cast<uint8_t>(top);
     }
-    uint8_t *at = dst + ((length - 1) & ~(kChunkBytes - 1));
+    const uint32_t below_top = (length - 1) & ~(kChunkBytes - 1);  // bytes in the chunks under the last
+    code = chunk_prefix_of(t.link[code]);
+    uint64_t chunk = t.chunk[code];
+    const uint32_t top_bits = 8 * (length - below_top);
+    tail = (chunk >> (top_bits - 8) >> 8) | (top << (64 - top_bits));
+    store_le64(dst + length - kChunkBytes, tail);
+    uint8_t *at = dst + below_top - kChunkBytes;
     store_le64(at, chunk);
-    do {
+    while (at != dst) {
         at -= kChunkBytes;
         code = chunk_prefix_of(t.link[code]);
         chunk = t.chunk[code];
         store_le64(at, chunk);
-    } while (at != dst);
+    }
     return static_cast<uint8_t>(chunk);
 }
 

@@ -33,14 +33,12 @@ void set_output_size(DALTI_GIFDecoderInfo *rec, int32_t out_width, int32_t out_h
     }
 }
 
-// A new line buffer of screen_width + 4096 bytes, plus the spare bytes the LZW decoder may write
-// beyond the last string (the byte a "code not yet in the table" appends, and the rest of an
-// 8-byte store).
+// A new line buffer of screen_width + 4096 bytes (see alloc_line_buffer).
 bool renew_line_buffer(DALTI_GIFDecoderInfo *rec) {
-    KOVRADALT_OsFree(rec->line_buffer);
+    free_line_buffer(rec->line_buffer);
     rec->line_buffer_size = 0;
     const int64_t size = static_cast<int64_t>(std::max(rec->screen_width, 0)) + DALTI_GIF_LINE_SLACK;
-    rec->line_buffer = static_cast<uint8_t *>(alloc_zeroed(static_cast<uint64_t>(size) + DALTI_GIF_LINE_SPARE));
+    rec->line_buffer = alloc_line_buffer(size);
     if (rec->line_buffer == nullptr) return false;
     rec->line_buffer_size = static_cast<int32_t>(size);
     return true;

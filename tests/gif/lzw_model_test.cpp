@@ -4,8 +4,8 @@
 //
 // The model keeps the prefix, suffix and length tables and walks every string byte by byte; the
 // decoder under test takes its faster paths wherever the stream allows, so a difference shows up
-// here. Streams never contain an end code: the partial row an end code writes carries whatever
-// the line buffer holds past the last string, which the rules leave open.
+// here. An end code writes the partial row with whatever the line buffer holds past the last
+// string: the bytes of earlier rows, which the model keeps exactly.
 
 #include <gtest/gtest.h>
 
@@ -52,6 +52,10 @@ public:
             }
             phase_ = kNormal;
             return flush();
+        }
+        if (code == clear_ + 1) {
+            rows_.emplace_back(line_.begin(), line_.begin() + fw_);
+            return finish(1);
         }
         if (code == clear_) {
             width_ = min_ + 1;
@@ -128,11 +132,16 @@ struct Mix {
     int beyond_percent;  // codes beyond the table
     int clear_percent;
     int kwkwk_percent;   // codes equal to the next free code
+    int end_permille = 0;
+    int screen_narrower_by = 0;  // a frame wider than the screen: every string is checked
 };
 
-void compare_on_random_stream(uint32_t seed, int min_code_size, int width, int height, const Mix &mix) {
+// `table_end`, when given, receives the model's next free code at the end.
+void compare_on_random_stream(uint32_t seed, int min_code_size, int width, int height, const Mix &mix,
+                              uint32_t *table_end = nullptr) {
     std::mt19937 random(seed);
-    ModelDecoder model(min_code_size, width, height, width);
+    const int screen_width = width - mix.screen_narrower_by;
+    ModelDecoder model(min_code_size, width, height, screen_width);
     std::vector<Code> codes = {{model.clear(), min_code_size + 1}};
     int guard = 0;
     while (!model.done() && ++guard < 200000) {
@@ -150,22 +159,25 @@ void compare_on_random_stream(uint32_t seed, int min_code_size, int width, int h
             code = next_free;
         } else {
             code = random() % std::min(next_free, top);
+            if (code == model.clear() && mix.clear_percent == 0) code = 0;
         }
-        if (code == model.clear() + 1) continue;  // never an end code
+        if (static_cast<int>(random() % 1000) < mix.end_permille) code = model.clear() + 1;
+        if (code == model.clear() + 1 && mix.end_permille == 0) continue;
         codes.push_back({code, w});
         model.feed(code);
     }
     ASSERT_TRUE(model.done());
-    const Bytes gif = GifBuilder(width, height, test_palette(256))
+    if (table_end != nullptr) *table_end = model.next_free();
+    const Bytes gif = GifBuilder(screen_width, height, test_palette(256))
                           .image_with_data(0, 0, width, height, min_code_size, pack_codes(codes))
                           .trailer()
                           .bytes();
     const IndexImage image = decode_indexes(gif, 1, SourceKind::kMemory, 0xEE);
     ASSERT_TRUE(image.parsed);
     EXPECT_EQ(image.result, model.result());
-    Bytes expected(static_cast<size_t>(width) * height, 0xEE);
+    Bytes expected(static_cast<size_t>(screen_width) * height, 0xEE);
     for (size_t r = 0; r < model.rows().size(); ++r) {
-        std::copy(model.rows()[r].begin(), model.rows()[r].end(), expected.begin() + static_cast<long>(r * width));
+        std::copy_n(model.rows()[r].begin(), screen_width, expected.begin() + static_cast<long>(r * screen_width));
     }
     EXPECT_EQ(image.indexes, expected);
 }
@@ -191,6 +203,29 @@ TEST(GifLzwModel, StreamsWithCodesBeyondTheTable) {
         SCOPED_TRACE(seed);
         compare_on_random_stream(5000 + seed, static_cast<int>(seed % 12), 1 + static_cast<int>(seed * 11 % 40), 80,
                                  Mix{3 + static_cast<int>(seed % 5), 2, 15});
+    }
+}
+
+TEST(GifLzwModel, EndCodesInMidRowKeepTheBytesOfEarlierRows) {
+    for (uint32_t seed = 0; seed < 40; ++seed) {
+        SCOPED_TRACE(seed);
+        compare_on_random_stream(7000 + seed, 2 + static_cast<int>(seed % 9), 9 + static_cast<int>(seed * 5 % 50), 40,
+                                 Mix{seed % 2 == 0 ? 0 : 3, 1, 20, 3});
+    }
+}
+
+TEST(GifLzwModel, TableFillsWithEveryCodeSize) {
+    // No clear codes: the table fills (4096 entries) and stays full, at every minimum code size,
+    // in the fast loop and, for frames wider than the screen, in the careful one. Code sizes 0
+    // and 1 never reach a width-growth point, so only the full table can stop new entries.
+    for (int min_code_size = 0; min_code_size < 12; ++min_code_size) {
+        for (const int narrower : {0, 9}) {
+            SCOPED_TRACE(testing::Message() << "code size " << min_code_size << ", screen narrower by " << narrower);
+            uint32_t table_end = 0;
+            compare_on_random_stream(3000 + static_cast<uint32_t>(min_code_size), min_code_size, 100, 300,
+                                     Mix{0, 0, 5, 0, narrower}, &table_end);
+            EXPECT_EQ(table_end, 4096u);
+        }
     }
 }
 

@@ -25,16 +25,9 @@ Bytes random_indexes(size_t count, int colors, uint32_t seed, int run = 1) {
     return out;
 }
 
-Bytes single_image(int width, int height, const Bytes &indexes, int colors, int min_code_size = -1,
-                   bool interlaced = false, bool clear_when_full = true) {
-    GifBuilder gif(width, height, test_palette(colors));
-    if (clear_when_full) {
-        ImageSpec spec = frame_spec(0, 0, width, height, indexes, interlaced);
-        spec.min_code_size = min_code_size;
-        return gif.image(spec).trailer().bytes();
-    }
-    const Bytes rows = interlaced ? interlace_rows(indexes, width, height) : indexes;
-    return gif.image_with_data(0, 0, width, height, min_code_size, lzw_encode(rows, min_code_size, false), interlaced)
+Bytes single_image(int width, int height, const Bytes &indexes, int colors, bool interlaced = false) {
+    return GifBuilder(width, height, test_palette(colors))
+        .image(frame_spec(0, 0, width, height, indexes, interlaced))
         .trailer()
         .bytes();
 }
@@ -65,41 +58,11 @@ TEST(GifLzw, RoundTripsOverEverySourceKind) {
     }
 }
 
-TEST(GifLzw, EveryMinimumCodeSizeUpToEleven) {
-    for (int min_code = 2; min_code <= 11; ++min_code) {
-        SCOPED_TRACE(min_code);
-        const int colors = std::min(1 << min_code, 256);
-        const Bytes indexes = random_indexes(40 * 30, colors, static_cast<uint32_t>(min_code), 2);
-        const IndexImage image = decode_indexes(single_image(40, 30, indexes, colors, min_code));
-        EXPECT_EQ(image.result, 1);
-        EXPECT_EQ(image.indexes, indexes);
-    }
-}
-
 TEST(GifLzw, CodeSizeTwelveIsRefused) {
     const IndexImage image = decode_indexes(coded_image(2, 1, 12, {{4096, 13}, {1, 13}, {2, 13}}));
     ASSERT_TRUE(image.parsed);
     EXPECT_EQ(image.result, 0);
     EXPECT_EQ(image.indexes, Bytes(2, kUnwritten));
-}
-
-TEST(GifLzw, CodeSizesZeroAndOneNeverWiden) {
-    // Size 0: clear 1, 1-bit codes; the only root is 0.
-    IndexImage image = decode_indexes(coded_image(4, 2, 0, std::vector<Code>(9, Code{0, 1})));
-    EXPECT_EQ(image.result, 1);
-    EXPECT_EQ(image.indexes, Bytes(8, 0));
-    // Size 1: clear 2, end 3, 2-bit codes throughout (the next free code starts at 1 << width).
-    std::vector<Code> codes = {{2, 2}, {1, 2}, {0, 2}, {1, 2}, {1, 2}, {0, 2}, {3, 2}};
-    image = decode_indexes(coded_image(5, 1, 1, codes));
-    EXPECT_EQ(image.result, 1);
-    EXPECT_EQ(image.indexes, (Bytes{1, 0, 1, 1, 0}));
-}
-
-TEST(GifLzw, FullTableIsKeptUntilAClearCode) {
-    const Bytes indexes = random_indexes(300 * 200, 256, 99);
-    const IndexImage image = decode_indexes(single_image(300, 200, indexes, 256, 8, false, false));
-    EXPECT_EQ(image.result, 1);
-    EXPECT_EQ(image.indexes, indexes);
 }
 
 TEST(GifLzw, StringsCrossRowEnds) {
@@ -115,7 +78,7 @@ TEST(GifLzw, InterlacedRowsLandInPlaceForEveryHeight) {
         SCOPED_TRACE(height);
         Bytes indexes;
         for (int y = 0; y < height; ++y) indexes.insert(indexes.end(), {static_cast<uint8_t>(y), static_cast<uint8_t>(y + 1)});
-        const IndexImage image = decode_indexes(single_image(2, height, indexes, 32, -1, true));
+        const IndexImage image = decode_indexes(single_image(2, height, indexes, 32, true));
         EXPECT_EQ(image.result, 1);
         EXPECT_EQ(image.indexes, indexes);
     }
