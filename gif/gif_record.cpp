@@ -74,6 +74,8 @@ KOVRA_API void DALTI_DelGIFDecoderInfo(DALTI_GIFDecoderInfo *rec) {
         release(rec->lzw);
     }
     release(rec->lzw_table);
+    release(rec->cached_frames);
+    rec->cached_frame_slots = 0;
     KOVRADALT_OsFree(rec);
 }
 

@@ -109,6 +109,9 @@ typedef struct DALTI_GIFDecoderInfo {
     struct DALTI_LZWTable *lzw_table; /* the frame decoder's own table, owned */
     uint32_t lzw_table_used;       /* entries an earlier decode may have filled */
     int32_t lzw_roots_ready;       /* code size + 1 whose roots the table holds, 0 for none */
+    struct DALTI_CachedFrame *cached_frames; /* the frame cache entries made through this record and
+                                                their sizes, by frame index, owned */
+    int32_t cached_frame_slots;    /* entries in cached_frames */
 } DALTI_GIFDecoderInfo;
 
 /* The frame decoder's translation table. A code's string is kept twice: byte by byte (its last

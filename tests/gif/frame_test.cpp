@@ -264,9 +264,10 @@ struct Cache {
     ~Cache() { KOVRADALTI_DeleteGIFInfo_SKIA(entries, count); }
 };
 
-int32_t decode_cached(GifSession &session, Bytes &out, int32_t index, Cache *cache, const uint32_t *delays) {
-    return KOVRADALTI_DecodeAGIF_SKIA(session.dec(), out.data(), 2, 2, index, cache ? cache->entries : nullptr, 0, 0,
-                                      0, cache ? cache->count : 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, delays);
+int32_t decode_cached(GifSession &session, Bytes &out, int32_t index, Cache *cache, const uint32_t *delays,
+                      int32_t side = 2) {
+    return KOVRADALTI_DecodeAGIF_SKIA(session.dec(), out.data(), side, side, index, cache ? cache->entries : nullptr,
+                                      0, 0, 0, cache ? cache->count : 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, delays);
 }
 
 TEST(GifFrameCache, RevisitedFramesComeFromTheCache) {
@@ -302,6 +303,23 @@ TEST(GifFrameCache, WithoutACacheOrDelaysTheFrameIsDecoded) {
     // A cached frame that is not the last, with no delay table: decoded from the stream instead.
     EXPECT_EQ(decode_cached(session, out, 1, &cache, nullptr), 3);
     EXPECT_EQ(out, filled(3, 4));
+}
+
+TEST(GifFrameCache, EntriesAreCopiedOutOnlyAtTheSizeTheyWereMadeAt) {
+    GifSession session(three_frames(), KOVRADALT_FORMAT_RGBA32, 1, true);
+    ASSERT_TRUE(session.parsed());
+    Cache cache(3);
+    const uint32_t delays[3] = {50, 70, 90};
+    Bytes out(16);
+    EXPECT_EQ(decode_cached(session, out, 0, &cache, delays), 1);
+    Bytes large(8 * 8 * 4, 0xEE);
+    EXPECT_EQ(decode_cached(session, large, 0, &cache, delays, 8), 0);
+    EXPECT_EQ(large, Bytes(large.size(), 0xEE));
+    // An entry the record did not make is not copied out either.
+    GifSession other(three_frames(), KOVRADALT_FORMAT_RGBA32, 1, true);
+    EXPECT_EQ(decode_cached(other, out, 0, &cache, delays), 0);
+    EXPECT_EQ(decode_cached(session, out, 0, &cache, delays), 1);
+    EXPECT_EQ(out, filled(1, 4));
 }
 
 TEST(GifFrameCache, FailedEntryAllocationFailsTheFrame) {
