@@ -29,6 +29,7 @@
 // only when the window really holds the bytes asked for, so a short refill at the end of a source
 // counts as a failed request rather than letting the scanner look past the bytes it holds.
 
+#include <algorithm>
 #include <cstring>
 
 #include "io/source_kind.h"
@@ -68,6 +69,7 @@ struct Scan {
     uint32_t gce_count = 0;      // graphic control extensions recorded so far
     uint32_t last_delay = 0;     // delay of the last one since the last image descriptor
     uint32_t table_entries = 0;  // entries of the table as this scan last sized it
+    uint32_t table_capacity = 0; // entries allocated: the table grows geometrically
 };
 
 // A request is met only when the window holds at least `need` unread bytes afterwards.
@@ -106,19 +108,38 @@ void clear_entries(Scan &scan, uint32_t from, uint32_t to) {
     for (uint32_t i = from; i < to; ++i) scan.info.frame_delays[i] = 0;
 }
 
-// Resizes the delay table to `entries` words. Entries that the growth adds start at 0: slots that
-// the rules never write (below gce_count after several extensions before one image) read as 0
-// rather than as whatever the allocator returned. On failure the old table stays with the record.
-bool resize_table(Scan &scan, uint32_t entries) {
+// Reallocates the delay table to `capacity` words; on failure the old table stays with the record.
+bool reallocate_table(Scan &scan, uint64_t capacity) {
     uint32_t bytes = 0;
-    if (!table_bytes(entries, &bytes)) return false;
+    if (!table_bytes(capacity, &bytes)) return false;
     void *table = scan.info.frame_delays == nullptr ? KOVRADALT_OsMalloc(bytes)
                                                     : KOVRADALT_OsRealloc(scan.info.frame_delays, bytes);
     if (table == nullptr) return false;
     scan.info.frame_delays = static_cast<uint32_t *>(table);
+    scan.table_capacity = static_cast<uint32_t>(capacity);
+    return true;
+}
+
+// Resizes the delay table to `entries` words, reallocating only when they exceed the capacity
+// (which then doubles, so a file of many frames costs no quadratic copying). Entries that the
+// growth adds start at 0: slots that the rules never write (below gce_count after several
+// extensions before one image) read as 0 rather than as whatever the allocator returned.
+bool resize_table(Scan &scan, uint32_t entries) {
+    if (entries > scan.table_capacity &&
+        !reallocate_table(scan, std::max<uint64_t>(entries, uint64_t{scan.table_capacity} * 2)) &&
+        !reallocate_table(scan, entries)) {
+        return false;
+    }
     clear_entries(scan, scan.table_entries, entries);
     scan.table_entries = entries;
     return true;
+}
+
+// The table handed out holds exactly the entries the scan sized it to.
+void fit_table(Scan &scan) {
+    if (scan.table_entries > 0 && scan.table_capacity > scan.table_entries) {
+        reallocate_table(scan, scan.table_entries);
+    }
 }
 
 // Stores a graphic control delay in the slot of the image that follows it.
@@ -278,10 +299,16 @@ uint32_t finish(Scan &scan) {
     return KOVRADALT_TYPE_ANIMATED_GIF;
 }
 
-uint32_t run_scan(Scan &scan) {
+uint32_t scan_stream(Scan &scan) {
     if (!read_header(scan)) return KOVRADALT_TYPE_UNKNOWN;
     if (!scan_blocks(scan)) return KOVRADALT_TYPE_UNKNOWN;
     return finish(scan);
+}
+
+uint32_t run_scan(Scan &scan) {
+    const uint32_t type = scan_stream(scan);
+    fit_table(scan);
+    return type;
 }
 
 }  // namespace

@@ -324,6 +324,25 @@ TEST(GifScannerSources, NoInfoRecordStillScansWithoutLeaking) {
     EXPECT_EQ(source->gif_total_delay, 200u);
 }
 
+TEST(GifScannerAllocation, DelayTableGrowsGeometrically) {
+    // 3000 frames with an extension each: a table that grows one entry per reallocation would need
+    // thousands of allocations; forty are plenty for one that doubles.
+    GifBuilder gif;
+    gif.header(8, 8);
+    for (int i = 0; i < 3000; ++i) gif.graphic_control(10).frame();
+    gif.trailer();
+    SourceRecord source(SourceKind::kMemory, gif.bytes());
+    KOVRADALT_ImageInfo info{};
+    {
+        AllocationFailure failure(40);
+        EXPECT_EQ(KOVRADALT_SimpleParserGIF(source.record(), &info, 0), 6);
+    }
+    const uint32_t last_delay = info.frame_count == 3000 ? info.frame_delays[2999] : 0;
+    KOVRADALT_OsFree(info.frame_delays);
+    EXPECT_EQ(info.frame_count, 3000u);
+    EXPECT_EQ(last_delay, 100u);
+}
+
 TEST(GifScannerAllocation, FailedDelayTableGivesZero) {
     GifBuilder gif;
     gif.header(8, 8).graphic_control(10).frame().graphic_control(10).frame().frame().trailer();
