@@ -25,7 +25,17 @@ done
 log=$("$kovra" decode "$samples/ad.gif" -o "$out/ad" --sample 4)
 grep -q "output 4 x 2" <<<"$log" || fail "ad.gif at sample 4 should be 4 x 2, got: $log"
 
-for bad in "--sample 0" "--format rgb" "-o" ""; do
+# A screen of 2^32 pixels in 29 bytes: refused before anything is allocated, unless the limit is
+# raised above it (then sampled down below it, it decodes).
+printf 'GIF89a\xff\xff\xff\xff\x00\x00\x00,\x00\x00\x00\x00\x01\x00\x01\x00\x00\x02\x02\x44\x01\x00;' >"$out/huge.gif"
+if err=$("$kovra" decode "$out/huge.gif" -o "$out/huge" --format index 2>&1 >/dev/null); then
+  fail "kovra decode accepted a 65535 x 65535 output"
+fi
+grep -q -- "--max-pixels" <<<"$err" || fail "the refusal should name --max-pixels, got: $err"
+"$kovra" decode "$out/huge.gif" -o "$out/huge" --format index --sample 1000 --max-pixels 5000 >/dev/null ||
+  fail "a 65 x 65 output within --max-pixels was refused"
+
+for bad in "--sample 0" "--format rgb" "-o" "" "--max-pixels 0"; do
   # shellcheck disable=SC2086
   if "$kovra" decode "$samples/ad.gif" $bad >/dev/null 2>&1; then fail "kovra decode accepted '$bad'"; fi
 done

@@ -1,6 +1,10 @@
-// kovra decode FILE -o DIR [--sample N] [--format rgba|bgra|index]: decodes every frame of a GIF
-// through the library's framework entry points and writes each as DIR/<name>-NNN.png, printing
-// the delay of each frame.
+// kovra decode FILE -o DIR [--sample N] [--format rgba|bgra|index] [--max-pixels N]: decodes every
+// frame of a GIF through the library's framework entry points and writes each as
+// DIR/<name>-NNN.png, printing the delay of each frame.
+//
+// Every frame is a whole image at output size, so one output buffer serves all frames; an output
+// above --max-pixels (64 megapixels unless raised) is refused before anything is allocated, since a
+// few bytes of GIF can declare a screen of gigabytes.
 //
 // rgba and bgra decode in frame mode (animations composed through the canvas); bgra frames are
 // turned back into RGBA order for the PNG, so the file shows what the format-8 bytes encode.
@@ -27,10 +31,12 @@ struct DecodeOptions {
     std::string output_dir;
     int32_t sample_size = 1;
     int32_t format = KOVRADALT_FORMAT_RGBA32;
+    int64_t max_pixels = int64_t{64} << 20;
 };
 
 int usage_error(const char *message) {
-    std::fprintf(stderr, "kovra decode: %s\nusage: kovra decode FILE -o DIR [--sample N] [--format rgba|bgra|index]\n",
+    std::fprintf(stderr, "kovra decode: %s\nusage: kovra decode FILE -o DIR [--sample N] [--format rgba|bgra|index] "
+                 "[--max-pixels N]\n",
                  message);
     return 2;
 }
@@ -49,6 +55,14 @@ bool parse_options(const Arguments &args, DecodeOptions *options, std::string *p
                 return false;
             }
             options->sample_size = static_cast<int32_t>(sample);
+        } else if (arg == "--max-pixels" && has_value) {
+            char *end = nullptr;
+            const long long pixels = std::strtoll(args[++i].c_str(), &end, 10);
+            if (*end != '\0' || pixels < 1) {
+                *problem = "--max-pixels takes a whole number above 0";
+                return false;
+            }
+            options->max_pixels = pixels;
         } else if (arg == "--format" && has_value) {
             const std::string &name = args[++i];
             if (name == "rgba") {
@@ -104,6 +118,10 @@ std::vector<std::array<uint8_t, 4>> palette_of(const uint32_t *colors) {
     return palette;
 }
 
+void swap_red_blue(std::vector<uint8_t> &pixels) {
+    for (size_t i = 0; i + 3 < pixels.size(); i += 4) std::swap(pixels[i], pixels[i + 2]);
+}
+
 std::string frame_path(const DecodeOptions &options, int frame) {
     char number[16];
     std::snprintf(number, sizeof number, "-%03d.png", frame);
@@ -136,9 +154,16 @@ int decode_frames(const DecodeOptions &options) {
     std::printf("%s: %u x %u, output %d x %d\n", options.input.c_str(), dec->width, dec->height, gif->out_width,
                 gif->out_height);
 
+    const int32_t out_w = gif->out_width, out_h = gif->out_height;
+    if (int64_t{out_w} * out_h > options.max_pixels) {
+        std::fprintf(stderr,
+                     "kovra decode: %s: the output of %d x %d pixels is above the limit of %lld pixels "
+                     "(a larger --sample makes it smaller; --max-pixels raises the limit)\n",
+                     options.input.c_str(), out_w, out_h, static_cast<long long>(options.max_pixels));
+        return 1;
+    }
     std::error_code ignored;
     std::filesystem::create_directories(options.output_dir, ignored);
-    const int32_t out_w = gif->out_width, out_h = gif->out_height;
     std::vector<uint8_t> out(static_cast<size_t>(out_h) * gif->out_stride, 0);
     uint32_t delay = 0;
     KOVRADALTI_GetColorInfo(dec, nullptr, nullptr, &delay);
@@ -150,14 +175,15 @@ int decode_frames(const DecodeOptions &options) {
             std::fprintf(stderr, "kovra decode: frame %d could not be decoded\n", frames);
             return frames == 0 ? 1 : 0;
         }
-        std::vector<uint8_t> pixels = out;
-        if (options.format == KOVRADALT_FORMAT_BGRA32) {
-            for (size_t i = 0; i + 3 < pixels.size(); i += 4) std::swap(pixels[i], pixels[i + 2]);
-        }
-        PngImage png{out_w, out_h, !frame_mode, pixels.data(), frame_mode ? decltype(palette){} : palette};
+        // BGRA frames are written in RGBA order; the buffer is put back as the decoder left it.
+        const bool bgra = options.format == KOVRADALT_FORMAT_BGRA32;
+        if (bgra) swap_red_blue(out);
+        PngImage png{out_w, out_h, !frame_mode, out.data(), frame_mode ? decltype(palette){} : palette};
         const std::string path = frame_path(options, frames);
         std::string error;
-        if (!write_png(path, png, &error)) {
+        const bool written = write_png(path, png, &error);
+        if (bgra) swap_red_blue(out);
+        if (!written) {
             std::fprintf(stderr, "kovra decode: %s\n", error.c_str());
             return 1;
         }
