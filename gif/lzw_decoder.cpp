@@ -16,8 +16,8 @@
 // DALTI_LZWTables) and as a chain of 8-byte chunks counted from the string's start. The fast loop
 // writes a string with one 8-byte store per chunk; the store holding the string's end ends with
 // it, so the bytes beyond keep what the buffer held (an end code in mid-row writes them out). The
-// chunk chains are exact as long as every code refers to
-// the current run of codes (since the last clear code), which a well-formed stream always does. A
+// chunk chains are exact as long as every code refers to the current run of codes (since the last
+// clear code), which a well-formed stream always does. A
 // code beyond the table, or one that follows a clear code without being a root, makes later
 // entries refer to strings that later codes may overwrite; from there to the end of the frame the
 // decoder walks every string byte by byte through the prefix chain, which gives exactly the
