@@ -3,6 +3,7 @@
 // and then on every 3rd (4th, 7th, 10th, ...). A cancel leaves the counter where it was, so the
 // callback is asked again on the very next check. The counter is shared, unlocked, by design.
 
+#include "api/progress_check.h"
 #include "kovra_decinfo.h"
 #include "kovra_os.h"
 
@@ -17,6 +18,8 @@ uint32_t percent_done(const KOVRADALT_DecInfo *dec, uint32_t units_done) {
     return units_done * 100u / dec->progress_total;
 }
 }  // namespace
+
+void kovra::api::reset_progress_counter() { g_check_calls = 0; }
 
 extern "C" KOVRA_API uint32_t KOVRADALT_CheckFn(void *record, uint32_t units_done) {
     int32_t status = 0;

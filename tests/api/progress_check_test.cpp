@@ -1,10 +1,11 @@
-// The progress check's rhythm. The call counter is library-wide and starts at 0 with the
-// process, so this executable's first test sees a fresh counter; the tests below run in order.
+// The progress check's rhythm. The call counter is library-wide, so every test starts it from 0
+// through the library's internal reset and holds in any order or alone.
 
 #include <gtest/gtest.h>
 
 #include <vector>
 
+#include "api/progress_check.h"
 #include "kovra_decinfo.h"
 #include "kovra_os.h"
 #include "support/sources.h"
@@ -37,6 +38,7 @@ protected:
         progress->callback = record_callback;
         src->progress = progress;  // owned by the record from here on
         src->progress_total = 200;
+        kovra::api::reset_progress_counter();
     }
     uint32_t check(uint32_t done) {
         ++recorder.check;
@@ -44,33 +46,35 @@ protected:
     }
 };
 
-TEST(ProgressCheckWithoutCallback, GoesOnAndLeavesTheCounterAlone) {
-    SourceRecord src(SourceKind::kMemory, std::vector<uint8_t>(8, 0));
-    for (int i = 0; i < 10; ++i) EXPECT_EQ(KOVRADALT_CheckFn(src.record(), 1), 1u);
-    EXPECT_EQ(KOVRADALT_CheckFn(nullptr, 1), 1u);
-}
-
-// Runs first among the fixture's tests, on a counter still at 0.
-TEST_F(ProgressCheck, A_CallbackRunsOnTheFourthThenEveryThirdCheck) {
+TEST_F(ProgressCheck, CallbackRunsOnTheFourthThenEveryThirdCheck) {
     for (int i = 0; i < 13; ++i) EXPECT_EQ(check(50), 1u);
     EXPECT_EQ(recorder.calls, (std::vector<int>{4, 7, 10, 13}));
     EXPECT_EQ(recorder.percents.front(), 25u);  // 50 * 100 / 200
 }
 
-TEST_F(ProgressCheck, B_CancelIsAskedAgainOnTheNextCheck) {
-    // The previous test left the counter at 1: callbacks fall on checks 3, 6, ...
+TEST_F(ProgressCheck, CancelIsAskedAgainOnTheNextCheck) {
     recorder.cancel_on_call = 0;
-    EXPECT_EQ(check(10), 1u);
-    EXPECT_EQ(check(10), 1u);
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(check(10), 1u);
     EXPECT_EQ(check(10), 0u);  // cancelled; the counter stays at 3
     EXPECT_EQ(check(10), 1u);  // so the callback runs again at once
-    EXPECT_EQ(recorder.calls, (std::vector<int>{3, 4}));
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(check(10), 1u);
+    EXPECT_EQ(recorder.calls, (std::vector<int>{4, 5, 8}));
 }
 
-TEST_F(ProgressCheck, C_NullCallbackStillKeepsTheRhythm) {
+TEST_F(ProgressCheck, NullCallbackStillKeepsTheRhythm) {
     src->progress->callback = nullptr;
-    for (int i = 0; i < 6; ++i) EXPECT_EQ(check(10), 1u);
-    EXPECT_TRUE(recorder.calls.empty());
+    for (int i = 0; i < 4; ++i) EXPECT_EQ(check(10), 1u);  // the 4th restarts the period
+    src->progress->callback = record_callback;
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(check(10), 1u);
+    EXPECT_EQ(recorder.calls, (std::vector<int>{7}));
+}
+
+TEST_F(ProgressCheck, RecordsWithoutProgressGoOnAndLeaveTheCounterAlone) {
+    SourceRecord bare(SourceKind::kMemory, std::vector<uint8_t>(8, 0));
+    for (int i = 0; i < 10; ++i) EXPECT_EQ(KOVRADALT_CheckFn(bare.record(), 1), 1u);
+    EXPECT_EQ(KOVRADALT_CheckFn(nullptr, 1), 1u);
+    for (int i = 0; i < 4; ++i) check(10);
+    EXPECT_EQ(recorder.calls, (std::vector<int>{4}));
 }
 
 }  // namespace
