@@ -54,14 +54,14 @@ KOVRA_API int32_t dal_dec_handle_open(void *source, int32_t size, int32_t kind) 
     return finish_open(handle, record, source, kind);
 }
 
-// A stream handle also needs its read and skip callbacks (rewind may be null): without them the
-// source could never deliver a byte.
+// A stream handle also needs its read callback, without which the source could never deliver a
+// byte. Skip and rewind may be null: the seeks that need them fail when they are made.
 KOVRA_API int32_t dal_dec_handle_open_stream(void *source, int32_t size, int32_t kind,
                                              KOVRADALT_StreamFn read_fn, KOVRADALT_StreamFn skip_fn,
                                              KOVRADALT_StreamFn rewind_fn) {
     if (source == nullptr || kind < 0 || kind > IO_KIND_STREAM) return 0;
     if (kind == IO_KIND_MEMORY && size == 0) return 0;
-    if (kind == IO_KIND_STREAM && (read_fn == nullptr || skip_fn == nullptr)) return 0;
+    if (kind == IO_KIND_STREAM && read_fn == nullptr) return 0;
     const int32_t handle = kovra::api::take_slot();
     if (handle == 0) return 0;
     dal_dec_handle *record = kovra::api::handle_record(handle);

@@ -11,14 +11,7 @@
 
 namespace {
 
-// Bytes a memory source can deliver from its position: count when it lies wholly before the
-// end, else what remains (0 at or past the end).
-int32_t memory_bytes_available(const KOVRADALT_IO *io, int32_t count) {
-    int64_t position = io->position;
-    if (position + count < io->size) return count;
-    if (position >= io->size) return 0;
-    return static_cast<int32_t>(io->size - position);
-}
+using kovra::io::memory_bytes_available;
 
 void copy_from_memory(const KOVRADALT_IO *io, uint8_t *destination, int32_t count) {
     const auto *memory = static_cast<const uint8_t *>(io->source);

@@ -7,6 +7,7 @@
 
 namespace {
 using kovra::io::wrapping_add;
+using kovra::io::wrapping_sub;
 
 int32_t seek_memory(KOVRADALT_IO *io, int32_t offset, int32_t whence) {
     switch (whence) {
@@ -29,24 +30,36 @@ int32_t seek_memory(KOVRADALT_IO *io, int32_t offset, int32_t whence) {
     }
 }
 
+// A move of `count` bytes needs the skip callback unless it is no move at all.
+bool can_skip(const KOVRADALT_IO *io, int32_t count) { return io->skip_fn != nullptr || count == 0; }
+
+uint32_t skip(KOVRADALT_IO *io, int32_t count) {
+    return io->skip_fn == nullptr ? 0 : io->skip_fn(io->source, nullptr, static_cast<uint32_t>(count));
+}
+
+// A stream without a skip callback still reads, rewinds and answers seeks that need no move; a
+// seek that would have to skip fails with -1 before anything is called or changed.
 int32_t seek_stream(KOVRADALT_IO *io, int32_t offset, int32_t whence) {
     switch (whence) {
         case SEEK_SET:
             if (io->rewind_fn == nullptr) return 0;
-            if (offset < 0) return -1;
+            if (offset < 0 || !can_skip(io, offset)) return -1;
             io->rewind_fn(io->source, nullptr, 0);
             io->position = 0;
             if (offset == 0) return 0;
-            io->position = static_cast<int32_t>(io->skip_fn(io->source, nullptr, static_cast<uint32_t>(offset)));
+            io->position = static_cast<int32_t>(skip(io, offset));
             return io->position;
         case SEEK_CUR:
-            io->skip_fn(io->source, nullptr, static_cast<uint32_t>(offset));
+            if (!can_skip(io, offset)) return -1;
+            skip(io, offset);
             io->position = wrapping_add(io->position, offset);
             return io->position;
         case SEEK_END: {
             if (offset > 0) return -1;
-            int32_t target = wrapping_add(io->size, offset);
-            io->skip_fn(io->source, nullptr, static_cast<uint32_t>(wrapping_add(target, -io->position)));
+            const int32_t target = wrapping_add(io->size, offset);
+            const int32_t move = wrapping_sub(target, io->position);
+            if (!can_skip(io, move)) return -1;
+            skip(io, move);
             io->position = target;
             return io->position;
         }

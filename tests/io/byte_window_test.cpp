@@ -101,6 +101,46 @@ TEST(ByteWindow, RefillTopsUpOnlyWhatWasConsumed) {
     EXPECT_EQ(win.w.consumed_total, KOVRADALT_WINDOW_CAPACITY + 16000);
 }
 
+// A window's fields are the caller's to corrupt: states that name bytes outside the buffer or the
+// source are refused before anything is read or moved.
+TEST(ByteWindow, RefusesStatesOutsideItsBufferOrSource) {
+    SourceRecord file(SourceKind::kFile, pseudo_random_bytes(30000, 7));
+    Window win(file->io);
+    ASSERT_EQ(DALTJ_CheckBuffer(&win.w, 1), DALTJ_WINDOW_REFILLED);
+    const DALTJ_ByteWindow filled = win.w;
+    const struct { int32_t pos, avail, need; } bad[] = {
+        {0, -5, 1}, {-10, 5, 10}, {0, 100, -1}, {16000, 1000, 1}, {16000, 1000, 2000}, {16384, 1, 1}};
+    for (const auto &state : bad) {
+        win.w = filled;
+        win.w.pos = state.pos;
+        win.w.avail = state.avail;
+        EXPECT_EQ(DALTJ_CheckBuffer(&win.w, state.need), DALTJ_WINDOW_FAILED)
+            << state.pos << " " << state.avail << " " << state.need;
+    }
+    win.w = filled;
+    win.w.data = nullptr;
+    EXPECT_EQ(DALTJ_CheckBuffer(&win.w, 1), DALTJ_WINDOW_FAILED);
+
+    // A memory source seeked back behind its window would stretch the view past its end.
+    SourceRecord memory(SourceKind::kMemory, pseudo_random_bytes(100, 8));
+    Window view(memory->io);
+    ASSERT_EQ(DALTJ_CheckBuffer(&view.w, 1), DALTJ_WINDOW_REFILLED);
+    kovra::io::consume(view.w, 50);
+    KOVRADALT_Seek_IO(memory->io, 0, SEEK_SET);
+    EXPECT_EQ(DALTJ_CheckBuffer(&view.w, 60), DALTJ_WINDOW_FAILED);
+    view.w.data -= 1;  // a view starting before the source
+    EXPECT_EQ(DALTJ_CheckBuffer(&view.w, 10), DALTJ_WINDOW_FAILED);
+}
+
+// The running total of a source of unknown length passes 2 GiB by wrapping, as on the target.
+TEST(ByteWindow, RunningTotalWrapsPastTwoGigabytes) {
+    SourceRecord src(SourceKind::kStream, pseudo_random_bytes(100, 9));
+    Window win(src->io);
+    win.w.consumed_total = INT32_MAX - 10;
+    ASSERT_EQ(DALTJ_CheckBuffer(&win.w, 1), DALTJ_WINDOW_REFILLED);
+    EXPECT_EQ(win.w.consumed_total, INT32_MIN + 89);
+}
+
 class WindowWalk : public ::testing::TestWithParam<SourceKind> {};
 
 // Consume a large image in uneven steps, asking for up to 300 bytes at a time (never more than

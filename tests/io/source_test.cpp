@@ -233,6 +233,37 @@ TEST_F(StreamSource, RelativeAndEndSeeksSkipForward) {
     EXPECT_EQ(out[0], 93);
 }
 
+// A forward-only stream (read and rewind, no skip) works until a seek needs to skip.
+TEST_F(StreamSource, WithoutSkipOnlySeeksThatNeedASkipFail) {
+    stream.bytes = counting_bytes(100);
+    SourcePtr io(KOVRADALT_Open_Stream(&stream, MemoryStream::read, nullptr, MemoryStream::rewind, 100));
+    uint8_t out[10];
+    EXPECT_EQ(KOVRADALT_Read_IO(io.get(), out, 10), 10);
+    EXPECT_EQ(KOVRADALT_Seek_IO(io.get(), 0, SEEK_CUR), 10);
+    EXPECT_EQ(KOVRADALT_Seek_IO(io.get(), 4, SEEK_SET), -1);
+    EXPECT_EQ(KOVRADALT_Seek_IO(io.get(), 4, SEEK_CUR), -1);
+    EXPECT_EQ(KOVRADALT_Seek_IO(io.get(), -50, SEEK_END), -1);
+    EXPECT_EQ(stream.rewinds, 0);  // a refused seek leaves the stream where it was
+    EXPECT_EQ(io->position, 10);
+    EXPECT_EQ(KOVRADALT_Seek_IO(io.get(), -90, SEEK_END), 10);
+    EXPECT_EQ(KOVRADALT_Seek_IO(io.get(), 0, SEEK_SET), 0);
+    EXPECT_EQ(KOVRADALT_Read_IO(io.get(), out, 1), 1);
+    EXPECT_EQ(out[0], 1);
+}
+
+// Offsets at the ends of the 32-bit range wrap as on the target instead of overflowing.
+TEST_F(StreamSource, ExtremeOffsetsWrap) {
+    auto io = open(true);
+    EXPECT_EQ(KOVRADALT_Seek_IO(io.get(), INT32_MIN, SEEK_CUR), INT32_MIN);
+    EXPECT_EQ(KOVRADALT_Seek_IO(io.get(), 0, SEEK_END), 100);
+    EXPECT_EQ(stream.last_skip, 100u + 0x80000000u);
+    auto bytes = counting_bytes(10);
+    SourcePtr memory(KOVRADALT_Open_IO(IO_KIND_MEMORY, bytes.data(), 10));
+    EXPECT_EQ(KOVRADALT_Seek_IO(memory.get(), INT32_MIN, SEEK_CUR), INT32_MIN);
+    EXPECT_EQ(KOVRADALT_Seek_IO(memory.get(), INT32_MIN, SEEK_CUR), 0);
+    EXPECT_EQ(KOVRADALT_Seek_IO(memory.get(), INT32_MIN, SEEK_END), INT32_MIN + 10);
+}
+
 TEST_F(StreamSource, ReadsAreCountedAndNeverOverReported) {
     auto io = open(true);
     std::vector<uint8_t> out(200);
