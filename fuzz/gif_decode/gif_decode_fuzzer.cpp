@@ -5,10 +5,17 @@
 // The last two input bytes choose the road (they are also part of the GIF, which rarely
 // matters): byte[-1] bits 0-1 sample size 1..4, bits 2-3 output format (7, 8, 13, 13), bit 4
 // frame mode, bit 5 a caller stream instead of caller memory, bit 6 the frame cache; byte[-2],
-// when its top bit is set, makes every allocation after the first (byte & 0x7F) fail. Outputs are
-// capped at 4 megapixels and 64 frames; every output byte is summed so that the sanitizers see
-// each one read.
+// when its top bit is set, makes every allocation after the first (byte & 0x7F) fail. Every output
+// byte is summed so that the sanitizers see each one read.
+//
+// Cost is capped the way the kovra tool caps it, so that a screen of 65535 x 65535 costs no more
+// than a small one: the sample size is raised until the output has at most 64K pixels (big
+// screens are decoded downscaled instead of refused, so their frames still reach every writer),
+// and frame mode stops once half a megapixel of output has been written (every frame writes the whole
+// output), after at most 64 frames. Inputs come from the structure-aware GIF generator through
+// the custom mutator (fuzz/generators).
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -20,8 +27,21 @@
 
 namespace {
 
-constexpr int64_t kMaxOutputPixels = 4 << 20;
+constexpr int64_t kMaxOutputPixels = 1 << 16;
+constexpr int64_t kFramePixelBudget = 1 << 19;
 constexpr int kMaxFrames = 64;
+
+int64_t reduced(int64_t side, int32_t sample) { return side < sample ? 1 : side / sample; }
+
+// The smallest sample size from `wanted` up whose output fits kMaxOutputPixels, for the screen the
+// header declares (the parse reads the header at the start of the input).
+int32_t capped_sample(const uint8_t *data, size_t size, int32_t wanted) {
+    if (size < 10) return wanted;
+    const int64_t width = data[6] | (data[7] << 8), height = data[8] | (data[9] << 8);
+    int32_t sample = wanted;
+    while (reduced(width, sample) * reduced(height, sample) > kMaxOutputPixels) sample += 1 + sample / 4;
+    return sample;
+}
 
 struct Stream {
     const uint8_t *data;
@@ -50,17 +70,27 @@ uint32_t stream_rewind(void *handle, void *, uint32_t) {
 
 volatile uint32_t g_sink;
 
+// Eight bytes a step: the loop's own comparisons are traced for the fuzzer, so a byte-wise loop
+// would cost more than the decode.
 void consume(const std::vector<uint8_t> &bytes) {
-    uint32_t sum = 0;
-    for (uint8_t b : bytes) sum += b;
-    g_sink = g_sink + sum;
+    uint64_t sum = 0;
+    size_t i = 0;
+    for (; i + 8 <= bytes.size(); i += 8) {
+        uint64_t word;
+        std::memcpy(&word, bytes.data() + i, 8);
+        sum += word;
+    }
+    for (; i < bytes.size(); ++i) sum += bytes[i];
+    g_sink = g_sink + static_cast<uint32_t>(sum ^ (sum >> 32));
 }
 
 void decode_frames(KOVRADALT_DecInfo *dec, bool frame_mode, bool use_cache) {
     const DALTI_GIFDecoderInfo *rec = dec->gif_info;
     const int32_t w = rec->out_width, h = rec->out_height;
-    if (static_cast<int64_t>(w) * h > kMaxOutputPixels) return;
-    std::vector<uint8_t> out(static_cast<size_t>(w) * h * 4, 0);
+    const int64_t area = static_cast<int64_t>(w) * h;
+    if (area > kMaxOutputPixels) return;
+    const int max_frames = static_cast<int>(std::clamp<int64_t>(kFramePixelBudget / area, 1, kMaxFrames));
+    std::vector<uint8_t> out(static_cast<size_t>(area) * 4, 0);
     if (!frame_mode && !use_cache) {
         KOVRADALTI_DecodeGIF(dec, out.data(), w, h);
         consume(out);
@@ -69,7 +99,7 @@ void decode_frames(KOVRADALT_DecInfo *dec, bool frame_mode, bool use_cache) {
     uint8_t *cache[kMaxFrames] = {};
     uint32_t delays[kMaxFrames] = {};
     int frames = 0;
-    for (; frames < kMaxFrames; ++frames) {
+    for (; frames < max_frames; ++frames) {
         const int32_t result =
             KOVRADALTI_DecodeAGIF_SKIA(dec, out.data(), w, h, frames, use_cache ? cache : nullptr, 0, 0, 0, kMaxFrames,
                                        0, 0, 0, 0, 0, 0, 0, 0, 0, 0, delays);
@@ -97,7 +127,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (size < 3 || size > (1u << 24)) return 0;
     const uint8_t options = data[size - 1];
     const uint8_t failure = data[size - 2];
-    const int32_t sample = 1 + (options & 3);
+    const int32_t sample = capped_sample(data, size, 1 + (options & 3));
     const int32_t format_codes[4] = {KOVRADALT_FORMAT_RGBA32, KOVRADALT_FORMAT_BGRA32, KOVRADALT_FORMAT_INDEX8,
                                      KOVRADALT_FORMAT_INDEX8};
     const int32_t format = format_codes[(options >> 2) & 3];
