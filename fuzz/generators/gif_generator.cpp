@@ -44,7 +44,7 @@ Rect pick_rect(Rng &rng, const GifShape &shape) {
     const uint32_t w = std::max<uint32_t>(shape.width, 1), h = std::max<uint32_t>(shape.height, 1);
     Rect r{};
     if (shape.deep && !rng.one_in(4)) return {rng.below(w / 2), rng.below(h / 2), rng.range(48, 256), rng.range(48, 256)};
-    switch (rng.below(10)) {
+    switch (rng.below(11)) {
         case 0: r = {0, 0, w, h}; break;
         case 1: r = {rng.below(w + 8), rng.below(h + 8), rng.range(1, 48), rng.range(1, 48)}; break;
         case 2: {
@@ -53,6 +53,7 @@ Rect pick_rect(Rng &rng, const GifShape &shape) {
             break;
         }
         case 3: r = {rng.below(w), rng.below(h), rng.range(1, 4), rng.range(1, 9)}; break;
+        case 4: r = {0, rng.below(h), w + 4097 - rng.below(64), rng.range(1, 4)}; break;  // rows at the line buffer's end
         default:
             r.left = rng.below(w);
             r.top = rng.below(h);

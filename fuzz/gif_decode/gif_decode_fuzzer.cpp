@@ -5,14 +5,16 @@
 // The last two input bytes choose the road (they are also part of the GIF, which rarely
 // matters): byte[-1] bits 0-1 sample size 1..4, bits 2-3 output format (7, 8, 13, 13), bit 4
 // frame mode, bit 5 a caller stream instead of caller memory, bit 6 the frame cache; byte[-2],
-// when its top bit is set, makes every allocation after the first (byte & 0x7F) fail. Every output
-// byte is summed so that the sanitizers see each one read.
+// when its top bit is set, makes every allocation after the first (byte & 0x7F) fail, and when
+// its top two bits are 01 asks for another output size through KOVRADALTI_SetGIF_SKIA (from half
+// to twice the size, see decode_frames). The colour queries run after the parse. Every output byte
+// is summed so that the sanitizers see each one read.
 //
 // Cost is capped the way the kovra tool caps it, so that a screen of 65535 x 65535 costs no more
 // than a small one: the sample size is raised until the output has at most 64K pixels (big
 // screens are decoded downscaled instead of refused, so their frames still reach every writer),
-// and frame mode stops once half a megapixel of output has been written (every frame writes the whole
-// output), after at most 64 frames. Inputs come from the structure-aware GIF generator through
+// and frame mode stops once half a megapixel of output has been written (every frame writes the
+// whole output), after at most 64 frames. Inputs come from the structure-aware GIF generator through
 // the custom mutator (fuzz/generators).
 
 #include <algorithm>
@@ -21,6 +23,7 @@
 #include <cstring>
 #include <vector>
 
+#include "fuzz/span_stream.h"
 #include "kovra_gif.h"
 #include "kovra_os.h"
 #include "os/alloc_failure.h"
@@ -43,30 +46,7 @@ int32_t capped_sample(const uint8_t *data, size_t size, int32_t wanted) {
     return sample;
 }
 
-struct Stream {
-    const uint8_t *data;
-    size_t size;
-    size_t cursor;
-};
-
-uint32_t stream_read(void *handle, void *buffer, uint32_t count) {
-    auto *s = static_cast<Stream *>(handle);
-    const size_t n = std::min<size_t>(count, s->size - s->cursor);
-    std::memcpy(buffer, s->data + s->cursor, n);
-    s->cursor += n;
-    return static_cast<uint32_t>(n);
-}
-
-uint32_t stream_skip(void *handle, void *, uint32_t count) {
-    auto *s = static_cast<Stream *>(handle);
-    s->cursor = std::min<size_t>(s->size, s->cursor + count);
-    return static_cast<uint32_t>(s->cursor);
-}
-
-uint32_t stream_rewind(void *handle, void *, uint32_t) {
-    static_cast<Stream *>(handle)->cursor = 0;
-    return 0;
-}
+using Stream = kovra::fuzz::SpanStream;
 
 volatile uint32_t g_sink;
 
@@ -84,15 +64,48 @@ void consume(const std::vector<uint8_t> &bytes) {
     g_sink = g_sink + static_cast<uint32_t>(sum ^ (sum >> 32));
 }
 
-void decode_frames(KOVRADALT_DecInfo *dec, bool frame_mode, bool use_cache) {
-    const DALTI_GIFDecoderInfo *rec = dec->gif_info;
-    const int32_t w = rec->out_width, h = rec->out_height;
-    const int64_t area = static_cast<int64_t>(w) * h;
-    if (area > kMaxOutputPixels) return;
+struct Size {
+    int32_t width, height;
+    int64_t area() const { return static_cast<int64_t>(width) * height; }
+};
+
+// The output size a resize asks for: the current one times (1 + bits) / 2 per side, bits 0-1 for
+// the width and 2-3 for the height (half to twice the size).
+Size scaled(Size now, uint8_t how) {
+    return {std::max(1, now.width * (1 + (how & 3)) / 2), std::max(1, now.height * (1 + ((how >> 2) & 3)) / 2)};
+}
+
+// Reads what the colour queries hand out (the second map call swaps red and blue back for
+// format 8).
+void query_colors(KOVRADALT_DecInfo *dec) {
+    uint32_t count = 0, delay = 0;
+    int32_t transparent = 0;
+    if (KOVRADALTI_GetColorInfo(dec, &count, &transparent, &delay) == 0) return;
+    for (int call = 0; call < 2; ++call) {
+        const uint32_t *map = KOVRADALTI_GetColorMap(dec);
+        uint32_t sum = 0;
+        for (uint32_t i = 0; map != nullptr && i < std::min<uint32_t>(count, 256); ++i) sum += map[i];
+        g_sink = g_sink + sum + delay + static_cast<uint32_t>(transparent);
+    }
+}
+
+// `resize` (0 for none) asks KOVRADALTI_SetGIF_SKIA for another output size: before the first
+// frame, or in frame mode with bit 5 set after it (where the canvas made at the first size must
+// refuse the next frame).
+void decode_frames(KOVRADALT_DecInfo *dec, bool frame_mode, bool use_cache, uint8_t resize) {
+    Size size{dec->gif_info->out_width, dec->gif_info->out_height};
+    const Size resized = resize != 0 ? scaled(size, resize) : size;
+    if (size.area() > kMaxOutputPixels || resized.area() > kMaxOutputPixels) return;
+    const bool resize_late = frame_mode && (resize & 0x20) != 0;
+    if (resize != 0 && !resize_late) {
+        if (KOVRADALTI_SetGIF_SKIA(dec, resized.width, resized.height) == 0) return;
+        size = resized;
+    }
+    const int64_t area = std::max(size.area(), resized.area());
     const int max_frames = static_cast<int>(std::clamp<int64_t>(kFramePixelBudget / area, 1, kMaxFrames));
     std::vector<uint8_t> out(static_cast<size_t>(area) * 4, 0);
     if (!frame_mode && !use_cache) {
-        KOVRADALTI_DecodeGIF(dec, out.data(), w, h);
+        KOVRADALTI_DecodeGIF(dec, out.data(), size.width, size.height);
         consume(out);
         return;
     }
@@ -101,15 +114,19 @@ void decode_frames(KOVRADALT_DecInfo *dec, bool frame_mode, bool use_cache) {
     int frames = 0;
     for (; frames < max_frames; ++frames) {
         const int32_t result =
-            KOVRADALTI_DecodeAGIF_SKIA(dec, out.data(), w, h, frames, use_cache ? cache : nullptr, 0, 0, 0, kMaxFrames,
-                                       0, 0, 0, 0, 0, 0, 0, 0, 0, 0, delays);
+            KOVRADALTI_DecodeAGIF_SKIA(dec, out.data(), size.width, size.height, frames, use_cache ? cache : nullptr, 0,
+                                       0, 0, kMaxFrames, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, delays);
         consume(out);
         delays[frames] = dec->gif_total_delay;
         if (result != 1 || dec->gif_info == nullptr) break;
+        if (resize_late && frames == 0) {
+            if (KOVRADALTI_SetGIF_SKIA(dec, resized.width, resized.height) == 0) break;
+            size = resized;
+        }
     }
     if (use_cache && frames > 0 && dec->gif_info != nullptr) {
-        KOVRADALTI_DecodeAGIF_SKIA(dec, out.data(), w, h, 0, cache, 0, 0, 0, kMaxFrames, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0,
-                                   delays);
+        KOVRADALTI_DecodeAGIF_SKIA(dec, out.data(), size.width, size.height, 0, cache, 0, 0, 0, kMaxFrames, 0, 0, 0, 0,
+                                   0, 0, 0, 0, 0, 0, delays);
         consume(out);
     }
     auto **owned = static_cast<uint8_t **>(KOVRADALT_OsMalloc(sizeof cache));
@@ -138,14 +155,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     std::vector<uint8_t> copy(data, data + size);
     Stream stream{copy.data(), copy.size(), 0};
     KOVRADALT_DecInfo *dec =
-        use_stream ? KOVRADALT_CreateDecInfoWithStream(&stream, static_cast<int32_t>(size), stream_read, stream_skip,
-                                                       stream_rewind, format, 0)
+        use_stream ? KOVRADALT_CreateDecInfoWithStream(&stream, static_cast<int32_t>(size), Stream::read, Stream::skip,
+                                                       Stream::rewind, format, 0)
                    : KOVRADALT_CreateDecInfo(IO_KIND_MEMORY, copy.data(), static_cast<int32_t>(size), format, 0);
     if (dec == nullptr) return 0;
     if ((failure & 0x80) != 0) kovra::os::fail_allocations_after(failure & 0x7F);
     int marker = 0;
     if (KOVRADALTI_ParseGIFHeader_SKIA(dec->io, dec, sample, frame_mode ? &marker : nullptr) == 1) {
-        decode_frames(dec, frame_mode, use_cache);
+        query_colors(dec);
+        decode_frames(dec, frame_mode, use_cache, (failure & 0xC0) == 0x40 ? failure : 0);
     }
     kovra::os::stop_failing_allocations();
     if (dec->gif_info != nullptr) KOVRADALTI_DeleteGIFInfo(dec);
