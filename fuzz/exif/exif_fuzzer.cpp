@@ -4,14 +4,20 @@
 //   2. an APP1 segment for DALTJ_CreatExifInfoUseExifBuffer: from the first 0xFF 0xE1 in the
 //      bytes when there is one (so the corpus's real segments are reached), else the bytes as
 //      they are;
-//   3. the bytes as a TIFF file for DALTJ_ReadTiffInfo, with the source's size as the length.
+//   3. the bytes as a TIFF file for DALTJ_ReadTiffInfo, with the source's size as the length;
+//   4. the exported readers of TIFF data in memory, over the TIFF data that follows the first
+//      "Exif" 0 0 (else the whole input): the IFD0, EXIF and GPS readers at the offset the
+//      header names, the entry decoder at the first entry there, and the frame-header search
+//      for a thumbnail's size over the whole input.
 // The last input byte picks the source kind of roads 1 and 3 (bit 0) and, when bit 1 is set,
 // makes the allocations of road 1 fail after the number in bits 2..7. Every string and block of
 // every record is read to its end and then freed, so a missing terminator or a leak shows.
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <iterator>
 
 #include "io/window_bytes.h"
 #include "fuzz/span_stream.h"
@@ -104,6 +110,33 @@ void tiff_road(const uint8_t *data, size_t size, uint8_t options) {
     });
 }
 
+// Each reader gets a fresh record of its own, released after it.
+void reader_road(const uint8_t *data, size_t size) {
+    static const uint8_t kExif[] = {'E', 'x', 'i', 'f', 0, 0};
+    const uint8_t *found = std::search(data, data + size, std::begin(kExif), std::end(kExif));
+    const uint8_t *tiff = found == data + size ? data : found + sizeof kExif;
+    const auto length = static_cast<uint32_t>(data + size - tiff);
+    if (length < 8) return;
+    const bool little = tiff[0] == 'I';
+    const uint32_t offset = little ? tiff[4] | (tiff[5] << 8) | (tiff[6] << 16) | (static_cast<uint32_t>(tiff[7]) << 24)
+                                   : (static_cast<uint32_t>(tiff[4]) << 24) | (tiff[5] << 16) | (tiff[6] << 8) | tiff[7];
+    DALTJ_ExifInfo info{};
+    g_sink = g_sink + DALTJ_Read0thIFDInfo(tiff, offset, length, little, &info);
+    consume_and_release(&info);
+    g_sink = g_sink + DALTJ_ReadExifIFDInfo(tiff, offset, length, little, &info);
+    consume_and_release(&info);
+    info.gps = static_cast<DALTJ_GpsInfo *>(KOVRADALT_OsMalloc(sizeof(DALTJ_GpsInfo)));
+    if (info.gps != nullptr) {
+        std::memset(info.gps, 0, sizeof(DALTJ_GpsInfo));
+        g_sink = g_sink + DALTJ_ReadGpsIFDInfo(tiff, offset, length, little, info.gps);
+        consume_and_release(&info);
+    }
+    DALTJ_ExifField field;
+    g_sink = g_sink + static_cast<uint32_t>(DALTJ_ReadExifField(tiff, offset + 2, length, little, &field));
+    uint32_t width = 0, height = 0;
+    g_sink = g_sink + static_cast<uint32_t>(DALTJ_GetJPEGResolution(data, static_cast<uint32_t>(size), &width, &height));
+}
+
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
@@ -112,5 +145,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     jpeg_road(data, size, options);
     app1_road(data, size);
     tiff_road(data, size, options);
+    reader_road(data, size);
     return 0;
 }
