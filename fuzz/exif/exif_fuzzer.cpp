@@ -19,7 +19,7 @@
 #include <cstring>
 #include <iterator>
 
-#include "io/window_bytes.h"
+#include "fuzz/source_window.h"
 #include "fuzz/span_stream.h"
 #include "kovra_decinfo.h"
 #include "exif/info_release.h"
@@ -67,12 +67,7 @@ void with_window(const uint8_t *data, size_t size, uint8_t options, Read read) {
     Stream stream;
     KOVRADALT_DecInfo *dec = open_source(data, size, options & 1, &stream);
     if (dec == nullptr) return;
-    uint8_t *buffer = DALTJ_AllocateStreamBuffer(dec->io);
-    if (buffer != nullptr && KOVRADALT_Seek_IO(dec->io, 0, SEEK_SET) >= 0) {
-        DALTJ_ByteWindow window = kovra::io::make_window(dec->io, buffer);
-        read(window);
-    }
-    if (buffer != nullptr) DALTJ_ReleaseStreamBuffer(dec->io, buffer);
+    kovra::fuzz::with_window(dec, read);
     KOVRADALT_DestroyDecInfo(dec);
 }
 

@@ -1,11 +1,14 @@
-// Arbitrary bytes through the header parse drivers, over a caller memory source and over a caller
-// stream (whose callbacks serve the same bytes). The last input byte picks the default delay for
-// the GIF-only driver; the delay tables every call hands out are freed each run.
+// Arbitrary bytes through the header parse drivers (KOVRADALT_Parser, KOVRADALT_SimpleParserGIF,
+// KOVRADALT_GetJpegOffset, KOVRADALT_JpgParser, KOVRADALT_GetImageType, and DALT_ParseJPEGOffset
+// through a window), over a caller memory source and over a caller stream (whose callbacks serve
+// the same bytes). The last input byte picks the default delay for the GIF-only driver; the delay
+// tables every call hands out are freed each run.
 
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 
+#include "fuzz/source_window.h"
 #include "fuzz/span_stream.h"
 #include "kovra_decinfo.h"
 #include "kovra_os.h"
@@ -42,6 +45,16 @@ void parse_all(KOVRADALT_DecInfo *dec, uint32_t default_delay) {
     KOVRADALT_SimpleParserGIF(dec, nullptr, default_delay);
     uint32_t start = 0, end = 0;
     KOVRADALT_GetJpegOffset(dec, &start, &end);
+
+    std::memset(&info, 0, sizeof info);
+    KOVRADALT_JpgParser(dec, &info);
+    g_sink = g_sink + touch(info) + static_cast<uint32_t>(KOVRADALT_GetImageType(dec));
+    kovra::fuzz::with_window(dec, [dec](DALTJ_ByteWindow &window) {
+        KOVRADALT_ImageInfo window_info;
+        std::memset(&window_info, 0, sizeof window_info);
+        g_sink = g_sink + static_cast<uint32_t>(DALT_ParseJPEGOffset(dec, &window, &window_info)) + touch(window_info);
+        KOVRADALT_OsFree(window_info.frame_delays);
+    });
     KOVRADALT_DestroyDecInfo(dec);
 }
 
