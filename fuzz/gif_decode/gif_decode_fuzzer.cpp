@@ -11,10 +11,10 @@
 // is summed so that the sanitizers see each one read.
 //
 // Cost is capped the way the kovra tool caps it, so that a screen of 65535 x 65535 costs no more
-// than a small one: the sample size is raised until the output has at most 64K pixels (big
+// than a small one: the sample size is raised until the output has at most 16K pixels (big
 // screens are decoded downscaled instead of refused, so their frames still reach every writer),
-// and frame mode stops once half a megapixel of output has been written (every frame writes the
-// whole output), after at most 64 frames. Inputs come from the structure-aware GIF generator through
+// and frame mode stops once 256K output pixels have been written (every frame writes the whole
+// output), after at most 64 frames. Inputs come from the structure-aware GIF generator through
 // the custom mutator (fuzz/generators).
 
 #include <algorithm>
@@ -30,8 +30,8 @@
 
 namespace {
 
-constexpr int64_t kMaxOutputPixels = 1 << 16;
-constexpr int64_t kFramePixelBudget = 1 << 19;
+constexpr int64_t kMaxOutputPixels = 1 << 14;
+constexpr int64_t kFramePixelBudget = 1 << 18;
 constexpr int kMaxFrames = 64;
 
 int64_t reduced(int64_t side, int32_t sample) { return side < sample ? 1 : side / sample; }
