@@ -23,36 +23,93 @@ enum {
     DALTJ_STATUS_FAILED = 201
 };
 
+/* Every inverse DCT: a range-limit table (index 0 = mid-grey; the context's rangeLimit + 128),
+ * 64 multipliers and 64 coefficients in natural (row-major) order, 8 output row pointers and the
+ * output column. Row r of the output goes to outputRows[r] + outputColumn onwards. */
+typedef void (*DALTJ_IdctFn)(const uint8_t *rangeLimit, const int32_t *multipliers, const int16_t *coefficients,
+                             uint8_t **outputRows, uint32_t outputColumn);
+
+/* A quantisation table as the header parser reads it from DQT: 64 steps in natural order. */
+typedef struct DALTJ_QuantTable {
+    uint16_t steps[64];
+} DALTJ_QuantTable;
+
+/* A Huffman table as the header parser reads it from DHT: the number of codes of each length
+ * 1..16, then the symbols in code order. */
+typedef struct DALTJ_HuffmanTable {
+    uint8_t codeCounts[16];
+    uint8_t symbols[256];
+} DALTJ_HuffmanTable;
+
+/* One frame component (17 words). The header parser fills the identity, sampling, table slots
+ * and sizes; the set-up for a scale fills the MCU shape, the multipliers and the inverse DCT. */
 typedef struct DALTJ_ComponentInfo {
     uint8_t componentId;
     uint8_t componentIndex;    /* position in the context's components */
-    uint8_t hSampFactor;
-    uint8_t vSampFactor;
-    uint8_t quantTableNo;
-    uint8_t dcTableNo;
-    uint8_t acTableNo;
-    uint16_t downsampledHeight;
+    uint8_t hSampFactor;       /* 1..4 */
+    uint8_t vSampFactor;       /* 1..4 */
+    uint8_t quantTableNo;      /* 0..3 */
+    uint8_t dcTableNo;         /* 0..3; may change from scan to scan */
+    uint8_t acTableNo;         /* 0..3; may change from scan to scan */
+    uint8_t componentNeeded;   /* 0 when the output does not use this component */
+    uint16_t downsampledHeight; /* rows of this component after downsampling */
+    uint16_t downsampledWidth;  /* samples across after downsampling */
+    uint32_t widthInBlocks;
+    uint32_t heightInBlocks;
     uint32_t mcuWidth;         /* blocks across one MCU */
     uint32_t mcuHeight;        /* blocks down one MCU */
     uint32_t mcuBlocks;
     uint32_t mcuSampleWidth;   /* samples across one MCU */
-    uint32_t lastColWidth;
-    uint32_t lastRowHeight;
+    uint32_t lastColWidth;     /* blocks across the last MCU column */
+    uint32_t lastRowHeight;    /* blocks down the last MCU row */
     int32_t *multipliers;      /* 64 dequantisation multipliers, natural order */
+    const DALTJ_QuantTable *quantTable; /* the table the multipliers were made from */
+    const void *dcDerivedTable; /* the entropy decoder's lookup tables for this component */
+    const void *acDerivedTable;
+    DALTJ_IdctFn idct;         /* the inverse DCT for the output scale */
+    uint32_t blockOutputSize;  /* samples across (and down) one block at the output scale: 8, 4, 2 or 1 */
 } DALTJ_ComponentInfo;
 
-struct DALTJ_MainController;
+KOVRA_ASSERT_WORD(DALTJ_ComponentInfo, quantTableNo, 1);
+KOVRA_ASSERT_WORD(DALTJ_ComponentInfo, downsampledHeight, 2);
+KOVRA_ASSERT_WORD(DALTJ_ComponentInfo, widthInBlocks, 3);
+KOVRA_ASSERT_WORD(DALTJ_ComponentInfo, mcuWidth, 5);
+KOVRA_ASSERT_WORD(DALTJ_ComponentInfo, lastRowHeight, 10);
+KOVRA_ASSERT_WORD(DALTJ_ComponentInfo, multipliers, 11);
+KOVRA_ASSERT_WORD(DALTJ_ComponentInfo, idct, 15);
+KOVRA_ASSERT_WORDS(DALTJ_ComponentInfo, 17);
+
+/* The context-row controller of the MCU row driver (one per context). */
+typedef struct DALTJ_MainController {
+    uint32_t bufferFull;       /* 1 while the current MCU row's samples are not all handed on */
+    uint8_t whichPtr;          /* 0 or 1: the current row-pointer list */
+    uint8_t contextState;      /* 0 prepare a new MCU row, 1 process it, 2 postponed last row group */
+    uint32_t rowgroupsAvail;
+    uint32_t mcuRowCounter;    /* MCU rows received so far */
+    uint32_t rowgroupCounter;  /* row groups handed on from the current list */
+    /* Two lists over the same sample rows, each one row-pointer array per component; each array
+     * has room for one row group before its start and two after its end. */
+    uint8_t ***rowPointers[2];
+} DALTJ_MainController;
+
+KOVRA_ASSERT_WORD(DALTJ_MainController, whichPtr, 1);
+KOVRA_ASSERT_WORD(DALTJ_MainController, rowgroupsAvail, 2);
+KOVRA_ASSERT_WORD(DALTJ_MainController, rowPointers, 5);
+KOVRA_ASSERT_WORDS(DALTJ_MainController, 7);
 
 /* Cancel callback: (checkContext, outputRowsWritten) -> 0 stop, non-zero go on. */
 typedef uint32_t (*DALTJ_CheckFunc)(void *checkContext, uint32_t outputRowsWritten);
 
-/* One JPEG decode's state, shared by the reconstruction, conversion and output stages. */
+/* One JPEG decode's state, shared by the reconstruction, conversion and output stages. The
+ * header side (frame, table and restart fields) is filled by the header parser. */
 typedef struct DALTJ_DecoderInfo {
-    uint8_t numComponents;
+    uint8_t numComponents;     /* 1..4 */
     uint8_t regionRowAlign;
-    uint8_t compsInScan;
-    uint8_t blocksInMcu;
+    uint8_t compsInScan;       /* 1..4 */
+    uint8_t blocksInMcu;       /* 1..10 */
     uint16_t outputRow;
+    uint8_t precision;         /* header: bits per sample, 8 */
+    uint8_t frameMarker;       /* header: the SOFn marker's low byte (0xC0 baseline) */
     uint32_t mcusPerRow;       /* never 0 */
     uint32_t mcuRowsInScan;
     int32_t mcuMembership[10];
@@ -60,8 +117,21 @@ typedef struct DALTJ_DecoderInfo {
     uint32_t entropyCounter;
     uint32_t mcuRowsDone;
     uint32_t mcuRowsSkipped;
-    uint8_t *rangeLimit;
-    uint8_t *chromaRangeLimit;
+    /* Header side: the frame, the tables and the restart interval. */
+    uint32_t imageWidth;
+    uint32_t imageHeight;
+    uint8_t maxHSampFactor;
+    uint8_t maxVSampFactor;
+    uint8_t colorSpace;        /* 1 grey, 3 YCbCr, 4 CMYK or YCCK */
+    uint8_t adobeTransform;    /* the Adobe APP14 transform flag: 0 none (CMYK), 1 YCbCr, 2 YCCK */
+    uint32_t restartInterval;  /* MCUs between restart markers; 0 for none */
+    uint32_t nextRestartNumber; /* 0..7: the RSTn the entropy decoder expects next */
+    const DALTJ_QuantTable *quantTables[4];
+    const DALTJ_HuffmanTable *dcHuffmanTables[4];
+    const DALTJ_HuffmanTable *acHuffmanTables[4];
+    /* The reconstruction and output side. */
+    const uint8_t *rangeLimit;       /* first component's clamping table (index 0 = sample 0) */
+    const uint8_t *chromaRangeLimit; /* the other components' */
     DALTJ_ByteWindow *byteWindow;
     void *bitReader;
     DALTJ_ComponentInfo *components;
@@ -109,6 +179,40 @@ typedef struct DALTJ_DecoderInfo {
     uint8_t skipMode;
     int32_t perScanTables;
 } DALTJ_DecoderInfo;
+
+KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, outputRow, 1);
+KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, mcusPerRow, 2);
+KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, mcuMembership, 4);
+KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, totalMcuRows, 14);
+KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, mcuRowsSkipped, 17);
+KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, imageWidth, 18);
+KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, maxHSampFactor, 20);
+KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, restartInterval, 21);
+KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, quantTables, 23);
+KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, dcHuffmanTables, 27);
+KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, acHuffmanTables, 31);
+KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, rangeLimit, 35);
+KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, components, 39);
+KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, scanComponents, 40);
+KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, huffState, 44);
+KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, mainController, 46);
+KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, scanParams, 48);
+KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, currentComponent, 52);
+KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, inputRow, 55);
+KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, resizeScaleShift, 59);
+KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, accumRows, 60);
+KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, outputHeight, 64);
+KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, outputRowsWritten, 69);
+KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, outY, 70);
+KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, io, 73);
+KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, checkFn, 76);
+KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, rowGroupPending, 77);
+KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, resizeMcuRow, 83);
+KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, scanOffsets, 84);
+KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, scaleCode, 86);
+KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, scanState, 88);
+KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, perScanTables, 89);
+KOVRA_ASSERT_WORDS(DALTJ_DecoderInfo, 90);
 
 /* Exported tables of the entropy decoder and the region path. */
 typedef uint32_t (*DALTJ_RegionMcuFn)(DALTJ_DecoderInfo *ctx);
@@ -281,6 +385,102 @@ KOVRA_API void DALTJ_RGBWriteOutput1to1(DALTJ_DecoderInfo *ctx);
 KOVRA_API void DALTJ_RGBWriteOutput(DALTJ_DecoderInfo *ctx);
 KOVRA_API void DALTJ_CMYKWriteOutput1to1(DALTJ_DecoderInfo *ctx);
 KOVRA_API void DALTJ_YCCKWriteOutput1to1(DALTJ_DecoderInfo *ctx);
+
+/* ---- Inverse DCTs (DALTJ_IdctFn) ----
+ * They trust their arguments; for any coefficients and multipliers, a table built as the library
+ * builds it is never read outside its bounds. */
+/* Full size, AAN transform: multipliers carry the AAN scale factors and 10 more bits. */
+KOVRA_API void DALTJ_DoIdct(const uint8_t *rangeLimit, const int32_t *multipliers, const int16_t *coefficients,
+                            uint8_t **outputRows, uint32_t outputColumn);
+/* The same with an ordered 16 x 16 dither whose phase moves on with every call (process-wide). */
+KOVRA_API void DALTJ_DoIdctDither(const uint8_t *rangeLimit, const int32_t *multipliers,
+                                  const int16_t *coefficients, uint8_t **outputRows, uint32_t outputColumn);
+/* The same samples as DALTJ_DoIdct, without its DC-only column shortcut, rows stored as words. */
+KOVRA_API void DALTJ_DoIdct8By8(const uint8_t *rangeLimit, const int32_t *multipliers, const int16_t *coefficients,
+                                uint8_t **outputRows, uint32_t outputColumn);
+
+/* Full size from a top-left corner of the block (8 x 8 output); 1By2, 2By1 and 2By2(All) spread
+ * the first harmonics with truncated cosine ratios. */
+KOVRA_API void DALTJ_DoIdct1By1(const uint8_t *rangeLimit, const int32_t *multipliers, const int16_t *coefficients,
+                                uint8_t **outputRows, uint32_t outputColumn);
+KOVRA_API void DALTJ_DoIdct1By2(const uint8_t *rangeLimit, const int32_t *multipliers, const int16_t *coefficients,
+                                uint8_t **outputRows, uint32_t outputColumn);
+KOVRA_API void DALTJ_DoIdct2By1(const uint8_t *rangeLimit, const int32_t *multipliers, const int16_t *coefficients,
+                                uint8_t **outputRows, uint32_t outputColumn);
+KOVRA_API void DALTJ_DoIdct2By2(const uint8_t *rangeLimit, const int32_t *multipliers, const int16_t *coefficients,
+                                uint8_t **outputRows, uint32_t outputColumn);
+KOVRA_API void DALTJ_DoIdct2By2All(const uint8_t *rangeLimit, const int32_t *multipliers,
+                                   const int16_t *coefficients, uint8_t **outputRows, uint32_t outputColumn);
+KOVRA_API void DALTJ_DoIdct3By3(const uint8_t *rangeLimit, const int32_t *multipliers, const int16_t *coefficients,
+                                uint8_t **outputRows, uint32_t outputColumn);
+KOVRA_API void DALTJ_DoIdct4By4(const uint8_t *rangeLimit, const int32_t *multipliers, const int16_t *coefficients,
+                                uint8_t **outputRows, uint32_t outputColumn);
+KOVRA_API void DALTJ_DoIdct5By5(const uint8_t *rangeLimit, const int32_t *multipliers, const int16_t *coefficients,
+                                uint8_t **outputRows, uint32_t outputColumn);
+KOVRA_API void DALTJ_DoIdct6By6(const uint8_t *rangeLimit, const int32_t *multipliers, const int16_t *coefficients,
+                                uint8_t **outputRows, uint32_t outputColumn);
+KOVRA_API void DALTJ_DoIdct7By7(const uint8_t *rangeLimit, const int32_t *multipliers, const int16_t *coefficients,
+                                uint8_t **outputRows, uint32_t outputColumn);
+/* One DC sample at outputRows[0] + outputColumn. */
+KOVRA_API void DALTJ_DoIdct1x1(const uint8_t *rangeLimit, const int32_t *multipliers, const int16_t *coefficients,
+                               uint8_t **outputRows, uint32_t outputColumn);
+KOVRA_API void DALTJ_DoIdct_8to1(const uint8_t *rangeLimit, const int32_t *multipliers, const int16_t *coefficients,
+                                 uint8_t **outputRows, uint32_t outputColumn);
+
+/* Reduced size, AAN transform: 4 x 4 from the whole block or from a top-left corner, 3 x 3, and
+ * 2 x 2 (or its first row) from the first harmonics. */
+KOVRA_API void DALTJ_DoIdct_2to1(const uint8_t *rangeLimit, const int32_t *multipliers, const int16_t *coefficients,
+                                 uint8_t **outputRows, uint32_t outputColumn);
+KOVRA_API void DALTJ_DoIdct1x1For4x4(const uint8_t *rangeLimit, const int32_t *multipliers,
+                                     const int16_t *coefficients, uint8_t **outputRows, uint32_t outputColumn);
+KOVRA_API void DALTJ_DoIdct1x2For4x4(const uint8_t *rangeLimit, const int32_t *multipliers,
+                                     const int16_t *coefficients, uint8_t **outputRows, uint32_t outputColumn);
+KOVRA_API void DALTJ_DoIdct2x1For4x4(const uint8_t *rangeLimit, const int32_t *multipliers,
+                                     const int16_t *coefficients, uint8_t **outputRows, uint32_t outputColumn);
+KOVRA_API void DALTJ_DoIdct2x2For4x4(const uint8_t *rangeLimit, const int32_t *multipliers,
+                                     const int16_t *coefficients, uint8_t **outputRows, uint32_t outputColumn);
+KOVRA_API void DALTJ_DoIdct2x2AllFor4x4(const uint8_t *rangeLimit, const int32_t *multipliers,
+                                        const int16_t *coefficients, uint8_t **outputRows, uint32_t outputColumn);
+KOVRA_API void DALTJ_DoIdct3x3For4x4(const uint8_t *rangeLimit, const int32_t *multipliers,
+                                     const int16_t *coefficients, uint8_t **outputRows, uint32_t outputColumn);
+KOVRA_API void DALTJ_DoIdct4x4For4x4(const uint8_t *rangeLimit, const int32_t *multipliers,
+                                     const int16_t *coefficients, uint8_t **outputRows, uint32_t outputColumn);
+KOVRA_API void DALTJ_DoIdct_8to3(const uint8_t *rangeLimit, const int32_t *multipliers, const int16_t *coefficients,
+                                 uint8_t **outputRows, uint32_t outputColumn);
+KOVRA_API void DALTJ_DoIdct_4to1(const uint8_t *rangeLimit, const int32_t *multipliers, const int16_t *coefficients,
+                                 uint8_t **outputRows, uint32_t outputColumn);
+KOVRA_API void DALTJ_DoIdct_4to1_CBCR(const uint8_t *rangeLimit, const int32_t *multipliers,
+                                      const int16_t *coefficients, uint8_t **outputRows, uint32_t outputColumn);
+KOVRA_API void DALTJ_DoProgIdct_4to1(const uint8_t *rangeLimit, const int32_t *multipliers,
+                                     const int16_t *coefficients, uint8_t **outputRows, uint32_t outputColumn);
+
+/* Reduced size, accurate integer transform: multipliers are the plain quantisation steps. Output
+ * width x height. */
+KOVRA_API void DALTJ_DoIdct_8x4(const uint8_t *rangeLimit, const int32_t *multipliers, const int16_t *coefficients,
+                                uint8_t **outputRows, uint32_t outputColumn);
+KOVRA_API void DALTJ_DoIdct_4x8(const uint8_t *rangeLimit, const int32_t *multipliers, const int16_t *coefficients,
+                                uint8_t **outputRows, uint32_t outputColumn);
+KOVRA_API void DALTJ_DoIdct_4x4(const uint8_t *rangeLimit, const int32_t *multipliers, const int16_t *coefficients,
+                                uint8_t **outputRows, uint32_t outputColumn);
+KOVRA_API void DALTJ_DoIdct_4x2(const uint8_t *rangeLimit, const int32_t *multipliers, const int16_t *coefficients,
+                                uint8_t **outputRows, uint32_t outputColumn);
+KOVRA_API void DALTJ_DoIdct_2x4(const uint8_t *rangeLimit, const int32_t *multipliers, const int16_t *coefficients,
+                                uint8_t **outputRows, uint32_t outputColumn);
+KOVRA_API void DALTJ_DoIdct_2x2(const uint8_t *rangeLimit, const int32_t *multipliers, const int16_t *coefficients,
+                                uint8_t **outputRows, uint32_t outputColumn);
+KOVRA_API void DALTJ_DoIdct_2x1(const uint8_t *rangeLimit, const int32_t *multipliers, const int16_t *coefficients,
+                                uint8_t **outputRows, uint32_t outputColumn);
+KOVRA_API void DALTJ_DoIdct_1x2(const uint8_t *rangeLimit, const int32_t *multipliers, const int16_t *coefficients,
+                                uint8_t **outputRows, uint32_t outputColumn);
+KOVRA_API void DALTJ_DoIdct_1x1(const uint8_t *rangeLimit, const int32_t *multipliers, const int16_t *coefficients,
+                                uint8_t **outputRows, uint32_t outputColumn);
+
+/* The inverse DCT for 1/2, 1/4 and 1/8 output: DALTJ_DoIdct_4x4, _2x2 and _1x1. */
+KOVRA_API DALTJ_IdctFn DALTJ_GetDctMethod2to1(DALTJ_DecoderInfo *ctx);
+KOVRA_API DALTJ_IdctFn DALTJ_GetDctMethod4to1(DALTJ_DecoderInfo *ctx);
+KOVRA_API DALTJ_IdctFn DALTJ_GetDctMethod8to1(DALTJ_DecoderInfo *ctx);
+/* floor(log2 |n|) by halving towards zero; -1 for 0. */
+KOVRA_API int32_t DALTJ_LOGN(int32_t n);
 
 KOVRA_END_C
 

@@ -1,0 +1,20 @@
+// DALTJ_DoIdct8By8: the full-size AAN IDCT without the DC-only column shortcut, each output row
+// stored as two little-endian words. It gives the same samples as DALTJ_DoIdct for every block.
+
+#include "jpeg/idct_aan.h"
+#include "jpeg/idct_scalar.h"
+#include "kovra_jpeg.h"
+
+namespace kovra::jpeg {
+
+void idct_8by8_scalar(const uint8_t *range_limit, const int32_t *multipliers, const int16_t *coefficients,
+                      uint8_t **output_rows, uint32_t output_column) {
+    aan_block_out<Aan, 8, 8, false>(range_limit, multipliers, coefficients, output_rows, output_column);
+}
+
+}  // namespace kovra::jpeg
+
+extern "C" KOVRA_API void DALTJ_DoIdct8By8(const uint8_t *rangeLimit, const int32_t *multipliers,
+                                           const int16_t *coefficients, uint8_t **outputRows, uint32_t outputColumn) {
+    kovra::jpeg::idct_8by8_scalar(rangeLimit, multipliers, coefficients, outputRows, outputColumn);
+}

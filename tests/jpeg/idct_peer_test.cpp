@@ -1,0 +1,207 @@
+// The inverse DCTs against libjpeg-turbo's own (its static library has them), byte for byte, on
+// the coefficient blocks of the corpus JPEGs and on random legal blocks: DALTJ_DoIdct against
+// jpeg_idct_ifast with the ifast multipliers libjpeg-turbo derives (times 1024), and the accurate
+// members _4x4, _2x2 and _1x1 against its reduced-size jpeg_idct_4x4, _2x2 and _1x1 with the
+// plain quantisation steps. Files that libjpeg-turbo reads with an error or a warning are left
+// out: their blocks need not be legal.
+
+#include <gtest/gtest.h>
+
+#include <csetjmp>
+#include <cstdio>
+#include <memory>
+#include <vector>
+
+extern "C" {
+#include <jpeglib.h>
+// libjpeg-turbo's internal inverse DCTs (not in its public header).
+void jpeg_idct_ifast(j_decompress_ptr, jpeg_component_info *, JCOEFPTR, JSAMPARRAY, JDIMENSION);
+void jpeg_idct_4x4(j_decompress_ptr, jpeg_component_info *, JCOEFPTR, JSAMPARRAY, JDIMENSION);
+void jpeg_idct_2x2(j_decompress_ptr, jpeg_component_info *, JCOEFPTR, JSAMPARRAY, JDIMENSION);
+void jpeg_idct_1x1(j_decompress_ptr, jpeg_component_info *, JCOEFPTR, JSAMPARRAY, JDIMENSION);
+}
+
+#include "idct_support.h"
+#include "support/corpus.h"
+
+namespace kovra::test::idct {
+namespace {
+
+using PeerIdct = void (*)(j_decompress_ptr, jpeg_component_info *, JCOEFPTR, JSAMPARRAY, JDIMENSION);
+using Table16 = std::array<int16_t, 64>;
+
+struct Component {
+    Quant quant{};
+    Table16 ifast{};
+    std::vector<Block> blocks;
+};
+
+// A decompressor whose errors jump back and whose warnings are counted.
+struct Decompressor {
+    jpeg_decompress_struct cinfo{};
+    jpeg_error_mgr err{};
+    jmp_buf jump{};
+
+    explicit Decompressor(const std::vector<uint8_t> &jpeg) {
+        cinfo.err = jpeg_std_error(&err);
+        err.error_exit = [](j_common_ptr c) { longjmp(reinterpret_cast<Decompressor *>(c->client_data)->jump, 1); };
+        err.output_message = [](j_common_ptr) {};
+        cinfo.client_data = this;
+        jpeg_create_decompress(&cinfo);
+        jpeg_mem_src(&cinfo, jpeg.data(), static_cast<unsigned long>(jpeg.size()));
+    }
+    ~Decompressor() { jpeg_destroy_decompress(&cinfo); }
+};
+
+// Starts an ifast decode: libjpeg-turbo derives the ifast multipliers and its range-limit table.
+bool start_ifast(Decompressor &d) {
+    if (setjmp(d.jump)) return false;
+    jpeg_read_header(&d.cinfo, TRUE);
+    d.cinfo.dct_method = JDCT_IFAST;
+    jpeg_start_decompress(&d.cinfo);
+    return d.err.num_warnings == 0;
+}
+
+// Up to max_blocks blocks per component, with the component's tables; false when the file reads
+// with an error or a warning.
+bool read_components(const std::vector<uint8_t> &jpeg, size_t max_blocks, std::vector<Component> &out) {
+    Decompressor coefficients(jpeg), ifast(jpeg);
+    if (!start_ifast(ifast) || setjmp(coefficients.jump)) return false;
+    jpeg_read_header(&coefficients.cinfo, TRUE);
+    jvirt_barray_ptr *arrays = jpeg_read_coefficients(&coefficients.cinfo);
+    if (coefficients.err.num_warnings != 0) return false;
+    for (int ci = 0; ci < coefficients.cinfo.num_components; ++ci) {
+        const jpeg_component_info &comp = coefficients.cinfo.comp_info[ci];
+        if (comp.quant_table == nullptr) return false;
+        Component c;
+        for (int i = 0; i < 64; ++i) c.quant[i] = comp.quant_table->quantval[i];
+        const auto *ifast_table = static_cast<const int16_t *>(ifast.cinfo.comp_info[ci].dct_table);
+        std::copy(ifast_table, ifast_table + 64, c.ifast.begin());
+        for (JDIMENSION row = 0; row < comp.height_in_blocks && c.blocks.size() < max_blocks; ++row) {
+            JBLOCKARRAY line = coefficients.cinfo.mem->access_virt_barray(reinterpret_cast<j_common_ptr>(&coefficients.cinfo),
+                                                                          arrays[ci], row, 1, FALSE);
+            for (JDIMENSION col = 0; col < comp.width_in_blocks && c.blocks.size() < max_blocks; ++col) {
+                Block b;
+                std::copy(line[0][col], line[0][col] + 64, b.begin());
+                c.blocks.push_back(b);
+            }
+        }
+        out.push_back(std::move(c));
+    }
+    return true;
+}
+
+// One 8 x 8 grey image coded with the given quantisation table.
+std::vector<uint8_t> encode_with(const Quant &quant) {
+    jpeg_compress_struct c{};
+    jpeg_error_mgr err{};
+    c.err = jpeg_std_error(&err);
+    jpeg_create_compress(&c);
+    unsigned char *data = nullptr;
+    unsigned long size = 0;
+    jpeg_mem_dest(&c, &data, &size);
+    c.image_width = c.image_height = 8;
+    c.input_components = 1;
+    c.in_color_space = JCS_GRAYSCALE;
+    jpeg_set_defaults(&c);
+    unsigned int table[64];
+    std::copy(quant.begin(), quant.end(), table);
+    jpeg_add_quant_table(&c, 0, table, 100, TRUE);
+    jpeg_start_compress(&c, TRUE);
+    JSAMPLE row[8] = {};
+    for (JSAMPROW p = row; c.next_scanline < 8;) jpeg_write_scanlines(&c, &p, 1);
+    jpeg_finish_compress(&c);
+    jpeg_destroy_compress(&c);
+    std::vector<uint8_t> jpeg(data, data + size);
+    free(data);
+    return jpeg;
+}
+
+// libjpeg-turbo's side: its range-limit table lives in a started decompressor.
+class Peer {
+public:
+    Peer() : jpeg_(encode_with(Quant{1})), decoder_(jpeg_) { started_ = start_ifast(decoder_); }
+
+    Samples run(PeerIdct idct, const Block &block, const Table16 &table) {
+        jpeg_component_info comp = decoder_.cinfo.comp_info[0];
+        comp.dct_table = const_cast<int16_t *>(table.data());
+        Samples out{};
+        for (auto &row : out) row.fill(kUnwritten);
+        JSAMPROW rows[8];
+        for (int r = 0; r < 8; ++r) rows[r] = out[r].data();
+        Block copy = block;
+        idct(&decoder_.cinfo, &comp, copy.data(), rows, 0);
+        return out;
+    }
+    bool started() const { return started_; }
+
+private:
+    std::vector<uint8_t> jpeg_;
+    Decompressor decoder_;
+    bool started_ = false;
+};
+
+// Every block through both sides; stops at the first difference.
+void expect_peer_equal(Peer &peer, const Component &c, const std::string &where) {
+    Multipliers ifast{};
+    Table16 plain{};
+    for (int i = 0; i < 64; ++i) {
+        ifast[i] = c.ifast[i] * 1024;
+        plain[i] = static_cast<int16_t>(c.quant[i]);
+    }
+    const Multipliers steps = plain_multipliers(c.quant);
+    const struct {
+        const char *name;
+        DALTJ_IdctFn ours;
+        PeerIdct theirs;
+        const Multipliers &multipliers;
+        const Table16 &table;
+    } pairs[] = {{"DoIdct", DALTJ_DoIdct, jpeg_idct_ifast, ifast, c.ifast},
+                 {"DoIdct_4x4", DALTJ_DoIdct_4x4, jpeg_idct_4x4, steps, plain},
+                 {"DoIdct_2x2", DALTJ_DoIdct_2x2, jpeg_idct_2x2, steps, plain},
+                 {"DoIdct_1x1", DALTJ_DoIdct_1x1, jpeg_idct_1x1, steps, plain}};
+    for (size_t n = 0; n < c.blocks.size(); ++n) {
+        for (const auto &p : pairs) {
+            ASSERT_EQ(run_idct(p.ours, c.blocks[n], p.multipliers), peer.run(p.theirs, c.blocks[n], p.table))
+                << p.name << ", " << where << ", block " << n;
+        }
+    }
+}
+
+TEST(IdctPeer, CorpusBlocksMatchLibjpegTurbo) {
+    KOVRA_REQUIRE_CORPUS();
+    Peer peer;
+    ASSERT_TRUE(peer.started());
+    size_t files = 0, blocks = 0;
+    for (const auto &path : corpus_files("", {".jpg", ".jpeg"})) {
+        std::vector<Component> components;
+        if (!read_components(read_file(path), 4096, components)) continue;
+        ++files;
+        for (const Component &c : components) {
+            blocks += c.blocks.size();
+            expect_peer_equal(peer, c, path.string());
+            if (HasFatalFailure()) return;
+        }
+    }
+    EXPECT_GT(files, 100u);
+    RecordProperty("blocks", static_cast<int>(blocks));
+}
+
+TEST(IdctPeer, RandomLegalBlocksMatchLibjpegTurbo) {
+    Peer peer;
+    ASSERT_TRUE(peer.started());
+    std::mt19937 rng(10);
+    for (int table = 0; table < 200; ++table) {
+        const Quant quant = random_quant(rng, table % 2 ? 32 : 255);
+        std::vector<Component> components;
+        ASSERT_TRUE(read_components(encode_with(quant), 1, components));
+        Component &c = components[0];
+        c.blocks.clear();
+        for (int n = 0; n < 500; ++n) c.blocks.push_back(legal_block(rng, quant));
+        expect_peer_equal(peer, c, "table " + std::to_string(table));
+        if (HasFatalFailure()) return;
+    }
+}
+
+}  // namespace
+}  // namespace kovra::test::idct
