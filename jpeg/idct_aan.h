@@ -45,9 +45,10 @@ struct Aan {
         const Int tmp6 = scaled(z10, -669) - tmp7 + z5;
         const Int tmp5 = scaled(z11 - z13, 362) - tmp6;
         const Int tmp4 = scaled(z12, 277) - z5 + tmp5;
-        out[0] = tmp0 + tmp7, out[stride] = tmp1 + tmp6, out[2 * stride] = tmp2 + tmp5, out[3 * stride] = tmp3 - tmp4;
-        out[4 * stride] = tmp3 + tmp4, out[5 * stride] = tmp2 - tmp5, out[6 * stride] = tmp1 - tmp6;
-        out[7 * stride] = tmp0 - tmp7;
+        out[0] = tmp0 + tmp7, out[stride] = tmp1 + tmp6;
+        out[2 * stride] = tmp2 + tmp5, out[3 * stride] = tmp3 - tmp4;
+        out[4 * stride] = tmp3 + tmp4, out[5 * stride] = tmp2 - tmp5;
+        out[6 * stride] = tmp1 - tmp6, out[7 * stride] = tmp0 - tmp7;
     }
 };
 
@@ -69,7 +70,8 @@ struct Harmonic {
 // 0..Cols-1 into ws. A column whose rows 1.. are zero holds its DC value all the way down, which
 // is what the transform gives it; kDcShortcut takes that without the butterflies.
 template <class Transform, int Cols, int Rows, bool kDcShortcut = true>
-[[gnu::always_inline]] inline void aan_columns(const int16_t *coefficients, const int32_t *multipliers, Int (*ws)[8]) {
+[[gnu::always_inline]] inline void aan_columns(const int16_t *coefficients, const int32_t *multipliers,
+                                               Int (*ws)[8]) {
     for (int c = 0; c < Cols; ++c) {
         if (kDcShortcut) {
             bool dc_only = true;
@@ -91,7 +93,8 @@ template <class Transform, int Cols, int Rows, bool kDcShortcut = true>
 
 // A full-size block: pass 1, then row_out(r, w) for each workspace row w.
 template <class Transform, int Cols, int Rows, bool kDcShortcut = true, class RowOut>
-[[gnu::always_inline]] inline void aan_block(const int32_t *multipliers, const int16_t *coefficients, RowOut &&row_out) {
+[[gnu::always_inline]] inline void aan_block(const int32_t *multipliers, const int16_t *coefficients,
+                                             RowOut &&row_out) {
     Int ws[8][8];
     aan_columns<Transform, Cols, Rows, kDcShortcut>(coefficients, multipliers, ws);
     for (int r = 0; r < 8; ++r) row_out(r, ws[r]);
@@ -106,8 +109,8 @@ template <class Transform, int Cols>
     for (int k = 0; k < 8; ++k) samples[k] = range_limit[aan_index(sums[k])];
 }
 
-// Writes the eight full-size samples of workspace row w. Every output of a line carries its DC input
-// once, with no product on the way, so the lookup bias goes in there.
+// Writes the eight full-size samples of workspace row w. Every output of a line carries its DC
+// input once, with no product on the way, so the lookup bias goes in there.
 template <class Transform, int Cols>
 [[gnu::always_inline]] inline void aan_row(const uint8_t *range_limit, const Int *w, uint8_t *samples) {
     Int biased[Cols];

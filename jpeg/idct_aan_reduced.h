@@ -58,12 +58,12 @@ inline void aan_reduced(const uint8_t *range_limit, const int32_t *multipliers, 
 
 // A reduced block written to the output rows: kOutRows rows of kPairs.count samples.
 template <class Transform, int Cols, int Rows, Pairs kPairs, int kOutRows = kPairs.count>
-[[gnu::flatten]] inline void aan_reduced_out(const uint8_t *range_limit, const int32_t *multipliers, const int16_t *coefficients,
-                            uint8_t **output_rows, uint32_t output_column) {
-    aan_reduced<Transform, Cols, Rows, kPairs>(range_limit, multipliers, coefficients,
-                                               [&](int j, const uint8_t *s) {
-                                                   if (j < kOutRows) store_row<kPairs.count>(output_rows[j] + output_column, s);
-                                               });
+[[gnu::flatten]] inline void aan_reduced_out(const uint8_t *range_limit, const int32_t *multipliers,
+                                             const int16_t *coefficients, uint8_t **output_rows,
+                                             uint32_t output_column) {
+    aan_reduced<Transform, Cols, Rows, kPairs>(range_limit, multipliers, coefficients, [&](int j, const uint8_t *s) {
+        if (j < kOutRows) store_row<kPairs.count>(output_rows[j] + output_column, s);
+    });
 }
 
 }  // namespace kovra::jpeg

@@ -114,8 +114,9 @@ struct Quarter {
 
 // Column kernel Col (its kOut output rows), row kernel Row (its kOut output samples per row).
 template <class Col, class Row>
-[[gnu::flatten]] inline void accurate_block(const uint8_t *range_limit, const int32_t *multipliers, const int16_t *coefficients,
-                           uint8_t **output_rows, uint32_t output_column) {
+[[gnu::flatten]] inline void accurate_block(const uint8_t *range_limit, const int32_t *multipliers,
+                                            const int16_t *coefficients, uint8_t **output_rows,
+                                            uint32_t output_column) {
     Int ws[Col::kOut][8];
     for (const int c : Row::kUsed) {
         int32_t ac = 0;

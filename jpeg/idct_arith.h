@@ -5,8 +5,8 @@
 // shifts modulo 2^32 (as the registers of the target do) instead of leaving such an overflow
 // undefined; right shifts are arithmetic. On legal input nothing wraps and Int is plain 32-bit
 // arithmetic. Whatever a block does, every range-limit index is brought back into the table's
-// bounds at the end, by aan_index() (a clamp) or accurate_index() (a mask), so a wrapped sum can
-// give a wrong sample but never a read outside the table.
+// bounds at the end (range_limit.h), so a wrapped sum can give a wrong sample but never a read
+// outside the table.
 #pragma once
 
 #include <bit>
@@ -21,13 +21,15 @@ struct Int {
     Int() = default;
     constexpr Int(int32_t value) : v(value) {}  // NOLINT: coefficients and constants convert freely
 
-    friend constexpr Int operator+(Int a, Int b) { return Int(static_cast<int32_t>(static_cast<uint32_t>(a.v) + static_cast<uint32_t>(b.v))); }
-    friend constexpr Int operator-(Int a, Int b) { return Int(static_cast<int32_t>(static_cast<uint32_t>(a.v) - static_cast<uint32_t>(b.v))); }
-    friend constexpr Int operator*(Int a, Int b) { return Int(static_cast<int32_t>(static_cast<uint32_t>(a.v) * static_cast<uint32_t>(b.v))); }
-    friend constexpr Int operator<<(Int a, int n) { return Int(static_cast<int32_t>(static_cast<uint32_t>(a.v) << n)); }
+    friend constexpr Int operator+(Int a, Int b) { return wrapped(a.bits() + b.bits()); }
+    friend constexpr Int operator-(Int a, Int b) { return wrapped(a.bits() - b.bits()); }
+    friend constexpr Int operator*(Int a, Int b) { return wrapped(a.bits() * b.bits()); }
+    friend constexpr Int operator<<(Int a, int n) { return wrapped(a.bits() << n); }
     friend constexpr Int operator>>(Int a, int n) { return Int(a.v >> n); }
-    constexpr Int &operator+=(Int b) { return *this = *this + b; }
-    friend constexpr bool operator==(Int a, Int b) = default;
+
+private:
+    constexpr uint32_t bits() const { return static_cast<uint32_t>(v); }
+    static constexpr Int wrapped(uint32_t bits) { return Int(static_cast<int32_t>(bits)); }
 };
 
 // The dequantised coefficient at natural position i: its product with the multiplier.

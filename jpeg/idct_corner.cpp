@@ -43,7 +43,8 @@ KOVRA_API void DALTJ_DoIdct7By7(const uint8_t *rangeLimit, const int32_t *multip
 
 KOVRA_API void DALTJ_DoIdct1x1(const uint8_t *rangeLimit, const int32_t *multipliers, const int16_t *coefficients,
                                uint8_t **outputRows, uint32_t outputColumn) {
-    outputRows[0][outputColumn] = rangeLimit[kovra::jpeg::aan_index(kovra::jpeg::aan_input(coefficients, multipliers, 0))];
+    using namespace kovra::jpeg;
+    outputRows[0][outputColumn] = rangeLimit[aan_index(aan_input(coefficients, multipliers, 0))];
 }
 
 KOVRA_API void DALTJ_DoIdct_8to1(const uint8_t *rangeLimit, const int32_t *multipliers, const int16_t *coefficients,

@@ -19,8 +19,9 @@ double reference(const Block &b, const Quant &q, int width, int height, int x, i
     double sum = 0;
     for (int v = 0; v < height; ++v) {
         for (int u = 0; u < width; ++u) {
-            sum += c(u) * c(v) * b[8 * v + u] * q[8 * v + u] * std::cos((2 * x + 1) * u * std::numbers::pi / (2 * width)) *
-                   std::cos((2 * y + 1) * v * std::numbers::pi / (2 * height));
+            const double across = std::cos((2 * x + 1) * u * std::numbers::pi / (2 * width));
+            const double down = std::cos((2 * y + 1) * v * std::numbers::pi / (2 * height));
+            sum += c(u) * c(v) * b[8 * v + u] * q[8 * v + u] * across * down;
         }
     }
     return std::clamp(std::floor(128 + sum / 4 + 0.5 + 1e-9), 0.0, 255.0);  // ties upwards, as the descales do

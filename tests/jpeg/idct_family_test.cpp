@@ -79,7 +79,9 @@ Samples reduced_model(LineFn line, const std::vector<int> &first, const std::vec
         Line w{};
         for (int k = 0; k < 8; ++k) w[k] = (ws[first[j]][k] + ws[second[j]][k]) >> 1;
         const Line values = line(w);
-        for (size_t i = 0; i < first.size(); ++i) out[j][i] = (sample(values[first[i]]) + sample(values[second[i]])) >> 1;
+        for (size_t i = 0; i < first.size(); ++i) {
+            out[j][i] = (sample(values[first[i]]) + sample(values[second[i]])) >> 1;
+        }
     }
     return out;
 }
@@ -113,7 +115,9 @@ std::vector<Member> members() {
         return reduced_model(aan_line, {0, 3, 6}, {1, 4, 7}, 3, b, m);
     };
     auto quarters = [](size_t rows) {
-        return [rows](const Block &b, const Multipliers &m) { return reduced_model(harmonic_line, {1, 5}, {2, 6}, rows, b, m); };
+        return [rows](const Block &b, const Multipliers &m) {
+            return reduced_model(harmonic_line, {1, 5}, {2, 6}, rows, b, m);
+        };
     };
     const Reference full = same_as(DALTJ_DoIdct), half = same_as(DALTJ_DoIdct_2to1);
     return {
@@ -152,7 +156,8 @@ void expect_members_match(const std::function<std::pair<Block, Multipliers>()> &
         const auto [block, multipliers] = next();
         for (const Member &member : all) {
             const Block b = corner(block, member.cols, member.rows);
-            ASSERT_EQ(run_idct(member.fn, b, multipliers), member.reference(b, multipliers)) << member.name << ", block " << n;
+            ASSERT_EQ(run_idct(member.fn, b, multipliers), member.reference(b, multipliers))
+                << member.name << ", block " << n;
         }
     }
 }
@@ -181,8 +186,10 @@ TEST(IdctDither, ConsecutiveBlocksUseOppositeQuartersFromAnyPhase) {
             Block b{};
             b[0] = static_cast<int16_t>(dc);
             Samples expected{};
-            for (int r = 0; r < 8; ++r)
-                for (int k = 0; k < 8; ++k) expected[r][k] = sample(Int(dc) + DALTJ_IdctDitherTable[(row_phase + r) % 16][col_phase + k]);
+            for (int r = 0; r < 8; ++r) {
+                const int32_t *dither = DALTJ_IdctDitherTable[(row_phase + r) % 16];
+                for (int k = 0; k < 8; ++k) expected[r][k] = sample(Int(dc) + dither[col_phase + k]);
+            }
             ASSERT_EQ(run_idct(DALTJ_DoIdctDither, b, m), expected) << "DC " << dc;
             row_phase = (row_phase + 8) % 16;
             col_phase = (col_phase + 8) % 16;

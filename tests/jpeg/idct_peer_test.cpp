@@ -78,8 +78,8 @@ bool read_components(const std::vector<uint8_t> &jpeg, size_t max_blocks, std::v
         const auto *ifast_table = static_cast<const int16_t *>(ifast.cinfo.comp_info[ci].dct_table);
         std::copy(ifast_table, ifast_table + 64, c.ifast.begin());
         for (JDIMENSION row = 0; row < comp.height_in_blocks && c.blocks.size() < max_blocks; ++row) {
-            JBLOCKARRAY line = coefficients.cinfo.mem->access_virt_barray(reinterpret_cast<j_common_ptr>(&coefficients.cinfo),
-                                                                          arrays[ci], row, 1, FALSE);
+            auto *common = reinterpret_cast<j_common_ptr>(&coefficients.cinfo);
+            JBLOCKARRAY line = coefficients.cinfo.mem->access_virt_barray(common, arrays[ci], row, 1, FALSE);
             for (JDIMENSION col = 0; col < comp.width_in_blocks && c.blocks.size() < max_blocks; ++col) {
                 Block b;
                 std::copy(line[0][col], line[0][col] + 64, b.begin());

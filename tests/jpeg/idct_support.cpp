@@ -50,8 +50,11 @@ Samples run_idct(DALTJ_IdctFn fn, const Block &block, const Multipliers &multipl
     for (int r = 0; r < 10; ++r) {
         for (int c = 0; c < kWidth; ++c) {
             const bool inside = r >= 1 && r <= 8 && c >= kColumn && c < kColumn + 8;
-            if (inside) out[r - 1][c - kColumn] = frame[r][c];
-            else if (frame[r][c] != kUnwritten) ADD_FAILURE() << "wrote outside its output at row " << r - 1 << " column " << c - kColumn;
+            if (inside) {
+                out[r - 1][c - kColumn] = frame[r][c];
+            } else if (frame[r][c] != kUnwritten) {
+                ADD_FAILURE() << "wrote outside its output: " << r - 1 << ", " << c - kColumn;
+            }
         }
     }
     return out;
@@ -92,7 +95,8 @@ Multipliers hostile_multipliers(std::mt19937 &rng) {
 Multipliers aan_multipliers(const Quant &quant) {
     Multipliers m{};
     for (int i = 0; i < 64; ++i) {
-        const double scale = basis(i / 8, 0) * basis(i % 8, 0) / (basis(0, 0) * basis(0, 0));  // sqrt2 cos(k pi/16), 1 at k = 0
+        // sqrt(2) cos(k pi / 16) each way, 1 for k = 0
+        const double scale = basis(i / 8, 0) * basis(i % 8, 0) / (basis(0, 0) * basis(0, 0));
         m[i] = static_cast<int32_t>(std::lround(quant[i] * scale * 4096));
     }
     return m;
