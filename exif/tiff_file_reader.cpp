@@ -3,10 +3,17 @@
 //
 // IFD0 (any IFD at a non-zero offset) is read into a buffer of 12n + 8 bytes owned here (for
 // memory sources: looked at in place); its entry count n is taken from the window at the IFD's
-// offset. A SubIFDs entry (tag 330) sends the walk into the first sub-IFD it lists: the 4 bytes
-// at the entry's value are that sub-IFD's offset, 16384 bytes from there are read into the
-// window, and the sub-IFD is walked from the start of the window (the "offset 0" form), which
-// may in turn lead into a deeper sub-IFD. A sub-IFD's own successor is ignored.
+// offset. What the window shows depends on the source: a file or stream window holds the 16384
+// bytes read into its buffer, so a count beyond them reads as 0 and the IFD as empty; a memory
+// window is a view of the whole source, so the count is read wherever it lies.
+//
+// A SubIFDs entry (tag 330) sends the walk into the first sub-IFD it lists: the 4 bytes at the
+// entry's value are that sub-IFD's offset, 16384 bytes from there are read into the window, and
+// the sub-IFD is walked from the start of the window (the "offset 0" form), which may in turn lead
+// into a deeper sub-IFD. A sub-IFD's own successor is ignored. An IFD of the offset-0 form is
+// always the one at the start of the window as it stands: once a descent has reloaded the window,
+// the parent's remaining entries (and its next-IFD offset) are read from the reloaded window, for
+// every kind of source alike.
 //
 // The descent is bounded by the data: every entry decoded in one walk, at any depth, spends one
 // unit of a budget of length / 12 entries, the most that IFDs sharing no bytes can hold in a file
@@ -17,16 +24,19 @@
 
 #include <cstring>
 
+#include "exif/growing_array.h"
 #include "exif/ifd_entry.h"
 #include "exif/ifd_walk.h"
 #include "exif/tiff_bytes.h"
 #include "exif/tiff_header.h"
+#include "io/source_kind.h"
 #include "io/window_bytes.h"
 #include "kovra_exif.h"
 #include "kovra_os.h"
 
 namespace {
 
+using kovra::exif::GrowingArray;
 using kovra::exif::kEntryBytes;
 using kovra::exif::TiffBytes;
 
@@ -34,56 +44,31 @@ constexpr uint16_t kJpegInterchangeFormat = 513;
 constexpr uint16_t kSubIfds = 330;
 constexpr uint32_t kWindowIfdFirstEntry = 2;  // entry count first, then the entries
 
-// One IFD being walked: its entries are decoded at first_entry + 12k from `bytes`.
+// One IFD being walked: its entries are decoded at first_entry + 12k, from its own bytes or, for
+// an IFD at the start of the window, from whatever the window shows when the entry is read.
 struct IfdLevel {
-    TiffBytes bytes;
+    bool in_window;
+    TiffBytes bytes;  // unless in_window
     uint32_t first_entry;
     uint32_t count;
     uint32_t next_entry;
 };
 
-// Levels of the sub-IFD descent: a few inline, then a KOVRADALT_OsRealloc'd array.
-class LevelStack {
-public:
-    LevelStack() = default;
-    LevelStack(const LevelStack &) = delete;
-    LevelStack &operator=(const LevelStack &) = delete;
-    ~LevelStack() { KOVRADALT_OsFree(heap_); }
-
-    bool push(const IfdLevel &level) {
-        if (size_ == capacity_ && !grow()) return false;
-        data()[size_++] = level;
-        return true;
-    }
-    void pop() { --size_; }
-    bool empty() const { return size_ == 0; }
-    uint32_t size() const { return size_; }
-    IfdLevel &top() { return data()[size_ - 1]; }
-
-private:
-    static constexpr uint32_t kInline = 8;
-    IfdLevel *data() { return heap_ != nullptr ? heap_ : inline_; }
-    bool grow() {
-        const uint64_t bytes = static_cast<uint64_t>(capacity_) * 2 * sizeof(IfdLevel);
-        if (bytes > UINT32_MAX) return false;
-        auto *bigger = static_cast<IfdLevel *>(KOVRADALT_OsRealloc(heap_, static_cast<uint32_t>(bytes)));
-        if (bigger == nullptr) return false;
-        if (heap_ == nullptr) std::memcpy(bigger, inline_, sizeof inline_);
-        heap_ = bigger;
-        capacity_ *= 2;
-        return true;
-    }
-    IfdLevel inline_[kInline];
-    IfdLevel *heap_ = nullptr;
-    uint32_t size_ = 0;
-    uint32_t capacity_ = kInline;
-};
-
-// The window's filled bytes as TIFF data of the given length.
+// The bytes the window shows, as TIFF data of the given length. A file or stream window shows what
+// was read into its buffer; a memory window is a view of the source itself, so everything from
+// its data pointer to the end of the source is in view.
 TiffBytes window_bytes(const DALTJ_ByteWindow &window, uint32_t length, bool little_endian) {
     const int64_t filled = static_cast<int64_t>(window.pos) + window.avail;
-    const auto readable = static_cast<uint32_t>(window.data == nullptr || filled < 0 ? 0 : filled);
-    return TiffBytes{window.data, length, readable, little_endian};
+    if (window.data == nullptr || filled <= 0) return TiffBytes{window.data, length, 0, little_endian};
+    constexpr int64_t kCapacity = KOVRADALT_WINDOW_CAPACITY;
+    uint64_t readable = static_cast<uint64_t>(filled < kCapacity ? filled : kCapacity);
+    const KOVRADALT_IO &io = *window.io;
+    if (kovra::io::is_memory_kind(io.kind) && io.source != nullptr && io.size > 0) {
+        const auto base = reinterpret_cast<uintptr_t>(io.source);
+        const auto at = reinterpret_cast<uintptr_t>(window.data);
+        if (at >= base && at - base < static_cast<uint32_t>(io.size)) readable = static_cast<uint32_t>(io.size) - (at - base);
+    }
+    return TiffBytes{window.data, length, static_cast<uint32_t>(readable), little_endian};
 }
 
 // Reads `count` bytes at the source's position into `out`; bytes not delivered are 0.
@@ -101,7 +86,7 @@ bool window_level(const DALTJ_ByteWindow &window, uint32_t length, bool little_e
     const TiffBytes bytes = window_bytes(window, length, little_endian);
     const uint32_t count = bytes.u16(0);
     if (static_cast<uint64_t>(kEntryBytes) * count + kWindowIfdFirstEntry > length) return false;
-    *level = IfdLevel{bytes, kWindowIfdFirstEntry, count, 0};
+    *level = IfdLevel{true, bytes, kWindowIfdFirstEntry, count, 0};
     return true;
 }
 
@@ -122,21 +107,21 @@ bool load_sub_ifd(DALTJ_ByteWindow *window, uint32_t value, bool little_endian) 
 
 // Next-IFD offset after the top level's entries, or 0 when it lies beyond the length.
 // `entries_at` is where the entries begin, counted as the length counts.
-uint32_t next_ifd_offset(const IfdLevel &level, uint64_t entries_at, uint32_t length) {
+uint32_t next_ifd_offset(const IfdLevel &level, const TiffBytes &bytes, uint64_t entries_at, uint32_t length) {
     const uint64_t entry_bytes = static_cast<uint64_t>(kEntryBytes) * level.count;
     if (entries_at + entry_bytes + 4 > length) return 0;
-    return level.bytes.u32(level.first_entry + entry_bytes);
+    return bytes.u32(level.first_entry + entry_bytes);
 }
 
 // Walks `top` and every sub-IFD it leads to. Returns false when the walk ended early (a seek
 // failed on the top level, the budget ran out, or memory ran out).
 bool walk_levels(DALTJ_TiffInfo *info, DALTJ_ByteWindow *window, const IfdLevel &top, uint32_t length,
                  bool little_endian) {
-    LevelStack levels;
+    GrowingArray<IfdLevel, 8> levels;
     if (!levels.push(top)) return false;
     uint64_t budget = length / kEntryBytes;
     while (!levels.empty()) {
-        IfdLevel &level = levels.top();
+        IfdLevel &level = levels.back();
         if (level.next_entry == level.count) {
             if (levels.size() == 1) return true;
             levels.pop();
@@ -146,7 +131,8 @@ bool walk_levels(DALTJ_TiffInfo *info, DALTJ_ByteWindow *window, const IfdLevel 
         --budget;
         const uint32_t entry_offset = level.first_entry + kEntryBytes * level.next_entry++;
         DALTJ_ExifField field;
-        if (!kovra::exif::decode_entry(level.bytes, entry_offset, &field)) continue;
+        const TiffBytes bytes = level.in_window ? window_bytes(*window, length, little_endian) : level.bytes;
+        if (!kovra::exif::decode_entry(bytes, entry_offset, &field)) continue;
         if (field.tag == kJpegInterchangeFormat) info->jpeg_offset = field.value;
         if (field.tag != kSubIfds) continue;
         if (!load_sub_ifd(window, field.value, little_endian)) {
@@ -175,7 +161,7 @@ KOVRA_API uint32_t DALTJ_ReadTiffIFDInfo(DALTJ_TiffInfo *info, DALTJ_ByteWindow 
         IfdLevel top;
         if (!window_level(*window, length, little, &top)) return 0;
         if (!walk_levels(info, window, top, length, little)) return 0;
-        return next_ifd_offset(top, kWindowIfdFirstEntry, length);
+        return next_ifd_offset(top, window_bytes(*window, length, little), kWindowIfdFirstEntry, length);
     }
     const uint32_t count = window_bytes(*window, length, little).u16(offset);
     const uint64_t entry_bytes = static_cast<uint64_t>(kEntryBytes) * count;
@@ -193,9 +179,9 @@ KOVRA_API uint32_t DALTJ_ReadTiffIFDInfo(DALTJ_TiffInfo *info, DALTJ_ByteWindow 
             std::memset(buffer + readable, 0, buffer_size - readable);
             readable = buffer_size;
         }
-        const IfdLevel top{TiffBytes{bytes, length, readable, little}, 0, count, 0};
+        const IfdLevel top{false, TiffBytes{bytes, length, readable, little}, 0, count, 0};
         if (walk_levels(info, window, top, length, little)) {
-            result = next_ifd_offset(top, static_cast<uint64_t>(offset) + 2, length);
+            result = next_ifd_offset(top, top.bytes, static_cast<uint64_t>(offset) + 2, length);
         }
     }
     KOVRADALT_OsFree(buffer);

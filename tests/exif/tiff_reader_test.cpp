@@ -179,17 +179,46 @@ TEST(TiffReader, DirectIfdWalkReturnsTheNextOffsetOrZeroOnAFailedSeek) {
     DALTJ_ReleaseStreamBuffer(bad_source->io, buffer);
 }
 
-TEST(TiffReader, Ifd0EntryCountComesFromTheWindow) {
-    // IFD0 beyond the window's 16384 bytes: its entry count is read where the window holds no
-    // bytes, which read as 0, so no entry is decoded, whatever the source kind.
+TEST(TiffReader, Ifd0BeyondTheWindowBufferIsReadFromMemorySources) {
+    // IFD0 past the first 16384 bytes. A memory window is a view of the whole source, so IFD0's
+    // entry count and entries are read there; a file or stream window holds only the 16384 bytes
+    // of its buffer, so the count reads as 0 and IFD0 is empty.
     TiffBuilder t(true);
     t.pad_to(20000);
     t.set_ifd0(t.add_ifd({t.long_entry(kJpegOffset, 42)}));
     for (SourceKind kind : kAllSourceKinds) {
         SCOPED_TRACE(source_kind_name(kind));
         const TiffResult r = tiff_of(kind, t.bytes());
+        const bool memory = kind == SourceKind::kMemory || kind == SourceKind::kOwnedMemory;
         EXPECT_EQ(r.result, 1);
-        EXPECT_EQ(r.jpeg_offset, 0u);
+        EXPECT_EQ(r.jpeg_offset, memory ? 42u : 0u);
+    }
+}
+
+TEST(TiffReader, AfterADescentTheParentReadsTheReloadedWindow) {
+    // IFD0 -> sub-IFD A -> sub-IFD B. A is the IFD at the start of the window, and the descent
+    // into B reloads the window with B's bytes: A's remaining entries are read from there, for
+    // every source kind. A's third entry (513 = 1111) is thus never seen; the entry 26 bytes after
+    // B's start stands in for it.
+    TiffBuilder t(true);
+    const uint32_t b = t.add_ifd({t.long_entry(kJpegOffset, 2222)});
+    t.add_bytes(Bytes(8, 0));
+    const uint32_t stand_in = t.add_bytes(Bytes(12, 0));
+    ASSERT_EQ(stand_in, b + 26);
+    t.put16(stand_in, kJpegOffset);
+    t.put16(stand_in + 2, DALTJ_TIFF_LONG);
+    t.put32(stand_in + 4, 1);
+    t.put32(stand_in + 8, 3333);
+    const uint32_t list_b = t.add_bytes(Bytes(8, 0));
+    t.put32(list_b, b);
+    const uint32_t a = t.add_ifd({t.offset_entry(kSubIfds, DALTJ_TIFF_LONG, 2, list_b), t.short_entry(254, 1),
+                                  t.long_entry(kJpegOffset, 1111)});
+    const uint32_t list_a = t.add_bytes(Bytes(8, 0));
+    t.put32(list_a, a);
+    t.set_ifd0(t.add_ifd({t.offset_entry(kSubIfds, DALTJ_TIFF_LONG, 2, list_a)}));
+    for (SourceKind kind : kAllSourceKinds) {
+        SCOPED_TRACE(source_kind_name(kind));
+        EXPECT_EQ(tiff_of(kind, t.bytes()).jpeg_offset, 3333u);
     }
 }
 
