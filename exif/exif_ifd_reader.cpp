@@ -8,11 +8,14 @@
 //   34855 ISOSpeedRatings   SHORT, any count: the decoded value (an offset past two values)
 //   36864 ExifVersion       UNDEFINED 4: owned 4-byte block
 //   36867/36868 DateTimeOriginal/Digitized   ASCII, exactly 20: owned string
-// A failed allocation ends the IFD with 0; fields already stored stay.
+// IFD0 may lead here many times (read_exif_ifds): the fields come out as if each pointer's IFD had
+// been walked in turn, the last entry met winning, at the cost of one walk over the entries they
+// hold. A failed allocation ends the storing with 0; fields already stored stay.
 
-#include "exif/ifd_entry.h"
+#include "exif/growing_array.h"
 #include "exif/ifd_readers.h"
-#include "exif/ifd_walk.h"
+#include "exif/ifd_sweep.h"
+#include "exif/latest_entries.h"
 #include "exif/value_copy.h"
 
 namespace kovra::exif {
@@ -39,54 +42,61 @@ enum ExifTag : uint16_t {
 constexpr uint32_t kDateTimeBytes = 20;  // "YYYY:MM:DD HH:MM:SS" and its terminator
 constexpr uint32_t kVersionBytes = 4;
 
-void set_rational(const TiffBytes &data, const DALTJ_ExifField &f, DALTJ_Rational *out) {
-    if (is_rational_one(f)) *out = read_rational(data, f.value);
-}
-void set_srational(const TiffBytes &data, const DALTJ_ExifField &f, DALTJ_SRational *out) {
-    if (is_srational_one(f)) *out = read_srational(data, f.value);
-}
-void set_short(const DALTJ_ExifField &f, uint32_t *out) {
-    if (is_short_one(f)) *out = f.value;
-}
-void set_short_or_long(const DALTJ_ExifField &f, uint32_t *out) {
-    if (is_short_or_long(f) && f.count == 1) *out = f.value;
-}
-bool set_date_time(const TiffBytes &data, const DALTJ_ExifField &f, char **out) {
-    return f.type != DALTJ_TIFF_ASCII || f.count != kDateTimeBytes || store_string(data, f, out);
-}
+// Numbers first, copies last: running out of memory then loses only copies.
+constexpr TagRule kExifRules[] = {
+    {kExposureTime, DALTJ_TIFF_RATIONAL, 1},   {kFNumber, DALTJ_TIFF_RATIONAL, 1},
+    {kFocalLength, DALTJ_TIFF_RATIONAL, 1},    {kDigitalZoomRatio, DALTJ_TIFF_RATIONAL, 1},
+    {kShutterSpeed, DALTJ_TIFF_SRATIONAL, 1},  {kExposureBias, DALTJ_TIFF_SRATIONAL, 1},
+    {kFlash, DALTJ_TIFF_SHORT, 1},             {kColorSpace, DALTJ_TIFF_SHORT, 1},
+    {kExposureMode, DALTJ_TIFF_SHORT, 1},      {kWhiteBalance, DALTJ_TIFF_SHORT, 1},
+    {kPixelXDimension, kShortOrLong, 1},       {kPixelYDimension, kShortOrLong, 1},
+    {kIsoSpeed, DALTJ_TIFF_SHORT, kAnyCount},  {kExifVersion, DALTJ_TIFF_UNDEFINED, kVersionBytes},
+    {kDateTimeOriginal, DALTJ_TIFF_ASCII, kDateTimeBytes}, {kDateTimeDigitized, DALTJ_TIFF_ASCII, kDateTimeBytes},
+};
+constexpr uint32_t kExifRows = sizeof kExifRules / sizeof kExifRules[0];
 
-// Stores one field; false only when an allocation failed.
+// Stores one field that met its rule; false only when an allocation failed.
 bool store_exif_field(const TiffBytes &data, const DALTJ_ExifField &f, DALTJ_ExifInfo *info) {
     switch (f.tag) {
-        case kExposureTime: set_rational(data, f, &info->exposure_time); return true;
-        case kFNumber: set_rational(data, f, &info->f_number); return true;
-        case kFocalLength: set_rational(data, f, &info->focal_length); return true;
-        case kDigitalZoomRatio: set_rational(data, f, &info->digital_zoom_ratio); return true;
-        case kShutterSpeed: set_srational(data, f, &info->shutter_speed); return true;
-        case kExposureBias: set_srational(data, f, &info->exposure_bias); return true;
-        case kFlash: set_short(f, &info->flash); return true;
-        case kColorSpace: set_short(f, &info->color_space); return true;
-        case kExposureMode: set_short(f, &info->exposure_mode); return true;
-        case kWhiteBalance: set_short(f, &info->white_balance); return true;
-        case kPixelXDimension: set_short_or_long(f, &info->pixel_x_dimension); return true;
-        case kPixelYDimension: set_short_or_long(f, &info->pixel_y_dimension); return true;
-        case kIsoSpeed:
-            if (f.type == DALTJ_TIFF_SHORT) info->iso_speed = f.value;
-            return true;
-        case kExifVersion:
-            if (f.type != DALTJ_TIFF_UNDEFINED || f.count != kVersionBytes) return true;
-            return store_block(data, f, &info->exif_version);
-        case kDateTimeOriginal: return set_date_time(data, f, &info->date_time_original);
-        case kDateTimeDigitized: return set_date_time(data, f, &info->date_time_digitized);
+        case kExposureTime: info->exposure_time = read_rational(data, f.value); return true;
+        case kFNumber: info->f_number = read_rational(data, f.value); return true;
+        case kFocalLength: info->focal_length = read_rational(data, f.value); return true;
+        case kDigitalZoomRatio: info->digital_zoom_ratio = read_rational(data, f.value); return true;
+        case kShutterSpeed: info->shutter_speed = read_srational(data, f.value); return true;
+        case kExposureBias: info->exposure_bias = read_srational(data, f.value); return true;
+        case kFlash: info->flash = f.value; return true;
+        case kColorSpace: info->color_space = f.value; return true;
+        case kExposureMode: info->exposure_mode = f.value; return true;
+        case kWhiteBalance: info->white_balance = f.value; return true;
+        case kPixelXDimension: info->pixel_x_dimension = f.value; return true;
+        case kPixelYDimension: info->pixel_y_dimension = f.value; return true;
+        case kIsoSpeed: info->iso_speed = f.value; return true;
+        case kExifVersion: return store_block(data, f, &info->exif_version);
+        case kDateTimeOriginal: return store_string(data, f, &info->date_time_original);
+        case kDateTimeDigitized: return store_string(data, f, &info->date_time_digitized);
         default: return true;
     }
 }
 
 }  // namespace
 
+bool read_exif_ifds(const TiffBytes &data, IfdRun *runs, uint32_t n, DALTJ_ExifInfo *info) {
+    GrowingArray<uint32_t, 4> heap;
+    if (!heap.resize(n)) return false;
+    LatestEntries<kExifRows> latest;
+    visit_latest_entries(runs, n, heap.data(), [&](uint64_t at, uint32_t walk) {
+        DALTJ_ExifField field;
+        if (decode_entry(data, static_cast<uint32_t>(at), &field)) latest.offer(rule_row(kExifRules, field), field, walk, at);
+    });
+    return latest.store_each([&](const DALTJ_ExifField &f) { return store_exif_field(data, f, info); });
+}
+
 uint32_t read_exif_ifd(const TiffBytes &data, uint32_t offset, DALTJ_ExifInfo *info) {
-    return walk_ifd(data, offset, [&](const DALTJ_ExifField &f, uint32_t) { return store_exif_field(data, f, info); })
-        .next;
+    const IfdSpan span = ifd_span(data, offset);
+    if (!span.fits) return 0;
+    IfdRun run{span.first_entry, span.count, 0};
+    const bool stored = span.count == 0 || read_exif_ifds(data, &run, 1, info);
+    return stored ? ifd_successor(data, span) : 0;
 }
 
 }  // namespace kovra::exif

@@ -4,10 +4,12 @@
 //   2/4 Latitude/Longitude RATIONAL 3     5 GPSAltitudeRef BYTE 1      6 GPSAltitude RATIONAL 1
 //   7 GPSTimeStamp RATIONAL 3             18 GPSMapDatum ASCII (owned string)
 //   27 GPSProcessingMethod UNDEFINED (owned block)   29 GPSDateStamp ASCII 11 (in place)
-// A failed allocation ends the IFD with 0; fields already stored stay.
+// The last entry of each tag wins. A failed allocation ends the storing with 0; fields already
+// stored stay.
 
 #include "exif/ifd_readers.h"
 #include "exif/ifd_walk.h"
+#include "exif/latest_entries.h"
 #include "exif/value_copy.h"
 
 namespace kovra::exif {
@@ -26,63 +28,58 @@ enum GpsTag : uint16_t {
     kProcessingMethod = 27,
     kDateStamp = 29,
 };
-constexpr uint16_t kFirstUnreadTag = 30;
 constexpr uint32_t kDateStampBytes = 11;
 
-bool is(const DALTJ_ExifField &f, uint16_t type, uint32_t count) { return f.type == type && f.count == count; }
+// Numbers first, copies last: running out of memory then loses only copies.
+constexpr TagRule kGpsRules[] = {
+    {kVersionId, DALTJ_TIFF_BYTE, 4},          {kLatitudeRef, DALTJ_TIFF_ASCII, 2},
+    {kLatitude, DALTJ_TIFF_RATIONAL, 3},       {kLongitudeRef, DALTJ_TIFF_ASCII, 2},
+    {kLongitude, DALTJ_TIFF_RATIONAL, 3},      {kAltitudeRef, DALTJ_TIFF_BYTE, 1},
+    {kAltitude, DALTJ_TIFF_RATIONAL, 1},       {kTimeStamp, DALTJ_TIFF_RATIONAL, 3},
+    {kDateStamp, DALTJ_TIFF_ASCII, kDateStampBytes}, {kMapDatum, DALTJ_TIFF_ASCII, kAnyCount},
+    {kProcessingMethod, DALTJ_TIFF_UNDEFINED, kAnyCount},
+};
+constexpr uint32_t kGpsRows = sizeof kGpsRules / sizeof kGpsRules[0];
 
 void read_rationals(const TiffBytes &data, const DALTJ_ExifField &f, DALTJ_Rational *out, int n) {
     for (int i = 0; i < n; ++i) out[i] = read_rational(data, static_cast<uint64_t>(f.value) + 8u * i);
 }
 
-// Stores one field; false only when an allocation failed.
+void copy_text(const TiffBytes &data, const DALTJ_ExifField &f, char *out) {
+    data.copy(f.value, reinterpret_cast<uint8_t *>(out), f.count);
+}
+
+// Stores one field that met its rule; false only when an allocation failed.
 bool store_gps_field(const TiffBytes &data, const DALTJ_ExifField &f, DALTJ_GpsInfo *gps) {
-    if (f.tag >= kFirstUnreadTag) return true;
     switch (f.tag) {
-        case kVersionId:
-            if (is(f, DALTJ_TIFF_BYTE, 4)) data.copy(f.value, gps->version_id, 4);
-            return true;
-        case kLatitudeRef:
-            if (is(f, DALTJ_TIFF_ASCII, 2)) data.copy(f.value, reinterpret_cast<uint8_t *>(gps->latitude_ref), 2);
-            return true;
-        case kLongitudeRef:
-            if (is(f, DALTJ_TIFF_ASCII, 2)) data.copy(f.value, reinterpret_cast<uint8_t *>(gps->longitude_ref), 2);
-            return true;
-        case kLatitude:
-            if (is(f, DALTJ_TIFF_RATIONAL, 3)) read_rationals(data, f, gps->latitude, 3);
-            return true;
-        case kLongitude:
-            if (is(f, DALTJ_TIFF_RATIONAL, 3)) read_rationals(data, f, gps->longitude, 3);
-            return true;
-        case kAltitudeRef:
-            if (is(f, DALTJ_TIFF_BYTE, 1)) gps->altitude_ref = data.byte(f.value);
-            return true;
-        case kAltitude:
-            if (is(f, DALTJ_TIFF_RATIONAL, 1)) read_rationals(data, f, &gps->altitude, 1);
-            return true;
-        case kTimeStamp:
-            if (is(f, DALTJ_TIFF_RATIONAL, 3)) read_rationals(data, f, gps->time_stamp, 3);
-            return true;
-        case kMapDatum:
-            return f.type != DALTJ_TIFF_ASCII || store_string(data, f, &gps->map_datum);
-        case kProcessingMethod:
-            return f.type != DALTJ_TIFF_UNDEFINED || store_block(data, f, &gps->processing_method);
+        case kVersionId: data.copy(f.value, gps->version_id, 4); return true;
+        case kLatitudeRef: copy_text(data, f, gps->latitude_ref); return true;
+        case kLongitudeRef: copy_text(data, f, gps->longitude_ref); return true;
+        case kLatitude: read_rationals(data, f, gps->latitude, 3); return true;
+        case kLongitude: read_rationals(data, f, gps->longitude, 3); return true;
+        case kAltitudeRef: gps->altitude_ref = data.byte(f.value); return true;
+        case kAltitude: read_rationals(data, f, &gps->altitude, 1); return true;
+        case kTimeStamp: read_rationals(data, f, gps->time_stamp, 3); return true;
         case kDateStamp:
-            if (is(f, DALTJ_TIFF_ASCII, kDateStampBytes)) {
-                data.copy(f.value, reinterpret_cast<uint8_t *>(gps->date_stamp), kDateStampBytes);
-                gps->date_stamp[kDateStampBytes - 1] = '\0';
-            }
+            copy_text(data, f, gps->date_stamp);
+            gps->date_stamp[kDateStampBytes - 1] = '\0';
             return true;
-        default:
-            return true;
+        case kMapDatum: return store_string(data, f, &gps->map_datum);
+        case kProcessingMethod: return store_block(data, f, &gps->processing_method);
+        default: return true;
     }
 }
 
 }  // namespace
 
 uint32_t read_gps_ifd(const TiffBytes &data, uint32_t offset, DALTJ_GpsInfo *gps) {
-    return walk_ifd(data, offset, [&](const DALTJ_ExifField &f, uint32_t) { return store_gps_field(data, f, gps); })
-        .next;
+    LatestEntries<kGpsRows> latest;
+    const IfdWalk walk = walk_ifd(data, offset, [&](const DALTJ_ExifField &f, uint32_t at) {
+        latest.offer(rule_row(kGpsRules, f), f, 0, at);
+        return true;
+    });
+    const bool stored = latest.store_each([&](const DALTJ_ExifField &f) { return store_gps_field(data, f, gps); });
+    return stored ? walk.next : 0;
 }
 
 }  // namespace kovra::exif

@@ -6,12 +6,18 @@
 //   271 Make, 272 Model, 305 Software, 33432 rights notice   ASCII, any count: owned strings
 //   34665 EXIF IFD pointer, 34853 GPS IFD pointer
 // A sub-IFD that claims a successor (a non-zero next-IFD offset) ends this IFD at once with 0, so
-// IFD1 is then not read: that is how this reader treats such a sub-IFD. A GPS pointer met again
-// replaces the GPS record read before.
+// IFD1 is then not read: that is how this reader treats such a sub-IFD. Whether one does is known
+// from its next-IFD offset alone, so the sub-IFDs are read after IFD0's entries, each once:
+//   - the last entry of each IFD0 tag wins (its string is copied once);
+//   - every GPS pointer makes a fresh GPS record, so only the last one's IFD is read: the record
+//     is made for it (failure ends IFD0 with 0) even when its IFD turns out not to fit;
+//   - the EXIF IFDs are read as if walked one after another in pointer order (read_exif_ifds).
+// A string that cannot be copied for lack of memory ends IFD0 with 0; fields already stored stay.
 
-#include "exif/ifd_entry.h"
+#include "exif/growing_array.h"
 #include "exif/ifd_readers.h"
 #include "exif/ifd_walk.h"
+#include "exif/latest_entries.h"
 #include "exif/value_copy.h"
 #include "kovra_os.h"
 
@@ -34,61 +40,80 @@ enum Ifd0Tag : uint16_t {
     kGpsIfdPointer = 34853,
 };
 
-bool set_string(const TiffBytes &data, const DALTJ_ExifField &f, char **out) {
-    return f.type != DALTJ_TIFF_ASCII || store_string(data, f, out);
-}
+// Numbers first, copies last: running out of memory then loses only copies.
+constexpr TagRule kIfd0Rules[] = {
+    {kBitsPerSample, DALTJ_TIFF_SHORT, 3},    {kCompression, DALTJ_TIFF_SHORT, 1},
+    {kOrientation, DALTJ_TIFF_SHORT, 1},      {kResolutionUnit, DALTJ_TIFF_SHORT, 1},
+    {kYCbCrPositioning, DALTJ_TIFF_SHORT, 1}, {kXResolution, DALTJ_TIFF_RATIONAL, 1},
+    {kYResolution, DALTJ_TIFF_RATIONAL, 1},   {kMake, DALTJ_TIFF_ASCII, kAnyCount},
+    {kModel, DALTJ_TIFF_ASCII, kAnyCount},    {kSoftware, DALTJ_TIFF_ASCII, kAnyCount},
+    {kRightsNotice, DALTJ_TIFF_ASCII, kAnyCount},
+};
+constexpr uint32_t kIfd0Rows = sizeof kIfd0Rules / sizeof kIfd0Rules[0];
 
-// A fresh, zeroed GPS record in info->gps (replacing an earlier one); false when out of memory.
-bool fresh_gps(DALTJ_ExifInfo *info) {
-    auto *gps = static_cast<DALTJ_GpsInfo *>(KOVRADALT_OsMalloc(sizeof(DALTJ_GpsInfo)));
-    if (gps == nullptr) return false;
-    *gps = DALTJ_GpsInfo{};
-    release_gps(info->gps);
-    info->gps = gps;
-    return true;
-}
-
-// Stores one field or follows one pointer; false ends the IFD.
-bool visit_ifd0_field(const TiffBytes &data, const DALTJ_ExifField &f, DALTJ_ExifInfo *info) {
+// Stores one field that met its rule; false only when an allocation failed.
+bool store_ifd0_field(const TiffBytes &data, const DALTJ_ExifField &f, DALTJ_ExifInfo *info) {
     switch (f.tag) {
         case kBitsPerSample:
-            if (f.type == DALTJ_TIFF_SHORT && f.count == 3) {
-                for (uint32_t i = 0; i < 3; ++i) info->bits_per_sample[i] = data.u16(static_cast<uint64_t>(f.value) + 2 * i);
-            }
+            for (uint32_t i = 0; i < 3; ++i) info->bits_per_sample[i] = data.u16(static_cast<uint64_t>(f.value) + 2 * i);
             return true;
-        case kCompression:
-            if (is_short_one(f)) info->compression = f.value;
-            return true;
-        case kOrientation:
-            if (is_short_one(f)) info->orientation = f.value;
-            return true;
-        case kResolutionUnit:
-            if (is_short_one(f)) info->resolution_unit = f.value;
-            return true;
-        case kYCbCrPositioning:
-            if (is_short_one(f)) info->ycbcr_positioning = f.value;
-            return true;
-        case kXResolution:
-            if (is_rational_one(f)) info->x_resolution = read_rational(data, f.value);
-            return true;
-        case kYResolution:
-            if (is_rational_one(f)) info->y_resolution = read_rational(data, f.value);
-            return true;
-        case kMake: return set_string(data, f, &info->make);
-        case kModel: return set_string(data, f, &info->model);
-        case kSoftware: return set_string(data, f, &info->software);
-        case kRightsNotice: return set_string(data, f, &info->rights_notice);
-        case kExifIfdPointer: return read_exif_ifd(data, f.value, info) == 0;
-        case kGpsIfdPointer: return fresh_gps(info) && read_gps_ifd(data, f.value, info->gps) == 0;
+        case kCompression: info->compression = f.value; return true;
+        case kOrientation: info->orientation = f.value; return true;
+        case kResolutionUnit: info->resolution_unit = f.value; return true;
+        case kYCbCrPositioning: info->ycbcr_positioning = f.value; return true;
+        case kXResolution: info->x_resolution = read_rational(data, f.value); return true;
+        case kYResolution: info->y_resolution = read_rational(data, f.value); return true;
+        case kMake: return store_string(data, f, &info->make);
+        case kModel: return store_string(data, f, &info->model);
+        case kSoftware: return store_string(data, f, &info->software);
+        case kRightsNotice: return store_string(data, f, &info->rights_notice);
         default: return true;
     }
 }
 
+// What IFD0's entries leave to be done once they were all seen.
+struct SubIfds {
+    GrowingArray<IfdRun, 2> exif;  // EXIF IFDs with entries, in pointer order
+    bool gps_met = false;
+    uint32_t gps_offset = 0;
+
+    // Notes one pointer; false when its IFD claims a successor (IFD0 ends) or memory ran out.
+    bool note(const TiffBytes &data, const DALTJ_ExifField &pointer) {
+        const IfdSpan span = ifd_span(data, pointer.value);
+        if (pointer.tag == kGpsIfdPointer) {
+            gps_met = true;
+            gps_offset = pointer.value;
+        } else if (span.count > 0 && !exif.push(IfdRun{span.first_entry, span.count, exif.size()})) {
+            return false;
+        }
+        return ifd_successor(data, span) == 0;
+    }
+
+    // Reads them; false when the GPS record could not be made.
+    bool read(const TiffBytes &data, DALTJ_ExifInfo *info) {
+        read_exif_ifds(data, exif.data(), exif.size(), info);
+        if (!gps_met) return true;
+        auto *gps = static_cast<DALTJ_GpsInfo *>(KOVRADALT_OsMalloc(sizeof(DALTJ_GpsInfo)));
+        if (gps == nullptr) return false;
+        *gps = DALTJ_GpsInfo{};
+        info->gps = gps;
+        read_gps_ifd(data, gps_offset, gps);
+        return true;
+    }
+};
+
 }  // namespace
 
 uint32_t read_ifd0(const TiffBytes &data, uint32_t offset, DALTJ_ExifInfo *info) {
-    return walk_ifd(data, offset, [&](const DALTJ_ExifField &f, uint32_t) { return visit_ifd0_field(data, f, info); })
-        .next;
+    LatestEntries<kIfd0Rows> latest;
+    SubIfds sub_ifds;
+    const IfdWalk walk = walk_ifd(data, offset, [&](const DALTJ_ExifField &f, uint32_t at) {
+        if (f.tag == kExifIfdPointer || f.tag == kGpsIfdPointer) return sub_ifds.note(data, f);
+        latest.offer(rule_row(kIfd0Rules, f), f, 0, at);
+        return true;
+    });
+    const bool stored = latest.store_each([&](const DALTJ_ExifField &f) { return store_ifd0_field(data, f, info); });
+    return sub_ifds.read(data, info) && stored ? walk.next : 0;
 }
 
 }  // namespace kovra::exif

@@ -1,9 +1,10 @@
 // The IFD readers of the EXIF record, over a bounded view of the TIFF data. Each returns its
-// IFD's next-IFD offset, or 0 (IFD refused, walk stopped, or no successor).
+// IFD's next-IFD offset, or 0 (IFD refused, walk stopped, memory ran out, or no successor).
 #pragma once
 
 #include <cstdint>
 
+#include "exif/ifd_sweep.h"
 #include "exif/tiff_bytes.h"
 #include "kovra_exif.h"
 
@@ -12,6 +13,10 @@ namespace kovra::exif {
 uint32_t read_ifd0(const TiffBytes &data, uint32_t offset, DALTJ_ExifInfo *info);
 uint32_t read_exif_ifd(const TiffBytes &data, uint32_t offset, DALTJ_ExifInfo *info);
 uint32_t read_gps_ifd(const TiffBytes &data, uint32_t offset, DALTJ_GpsInfo *gps);
+
+// The EXIF fields from several EXIF IFDs, as walking them in `walk` order would leave them (see
+// ifd_sweep.h). Reorders `runs`. False when memory ran out.
+bool read_exif_ifds(const TiffBytes &data, IfdRun *runs, uint32_t n, DALTJ_ExifInfo *info);
 
 // IFD1, the thumbnail IFD, into `thumbnail`. `base_offset` (the data's position in the source)
 // is added to the thumbnail's data offset. False when IFD1 does not fit in the data.

@@ -9,12 +9,12 @@
 
 namespace kovra::exif {
 
-// Replaces *slot with a new allocation of size + 1 bytes: the value's bytes and a terminating 0.
-// False (the slot unchanged) when the allocation fails.
+// Sets *slot to a new allocation of size + 1 bytes: the value's bytes and a terminating 0. What
+// the slot held is not freed: it is the caller's. False (the slot unchanged) when out of memory.
 bool store_string(const TiffBytes &data, const DALTJ_ExifField &field, char **slot);
 
-// Replaces *slot with a new allocation holding the value's size bytes, no terminator (one zero
-// byte for an empty value). False (the slot unchanged) when the allocation fails.
+// Sets *slot to a new allocation holding the value's size bytes, no terminator (one zero byte for
+// an empty value); as store_string otherwise.
 bool store_block(const TiffBytes &data, const DALTJ_ExifField &field, uint8_t **slot);
 
 inline DALTJ_Rational read_rational(const TiffBytes &data, uint64_t offset) {
@@ -24,8 +24,5 @@ inline DALTJ_Rational read_rational(const TiffBytes &data, uint64_t offset) {
 inline DALTJ_SRational read_srational(const TiffBytes &data, uint64_t offset) {
     return DALTJ_SRational{static_cast<int32_t>(data.u32(offset)), static_cast<int32_t>(data.u32(offset + 4))};
 }
-
-// Frees the GPS record and the strings it owns.
-void release_gps(DALTJ_GpsInfo *gps);
 
 }  // namespace kovra::exif

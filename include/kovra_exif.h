@@ -9,7 +9,9 @@
  * Ownership: a DALTJ_ExifInfo handed out or filled here is the caller's. Its strings and byte
  * blocks (make, model, software, rights_notice, exif_version, date_time_original,
  * date_time_digitized), the gps record, and the gps record's map_datum and processing_method are
- * separate KOVRADALT_OsMalloc allocations that the caller frees with KOVRADALT_OsFree.
+ * separate KOVRADALT_OsMalloc allocations that the caller frees with KOVRADALT_OsFree. A read
+ * never frees what the record held when it began: the slots it fills are overwritten, so a caller
+ * that reuses a record frees (or keeps) their earlier contents first.
  * DALTJ_DestroyExifInfo (kovra_jpeg.h) frees nothing. */
 #ifndef KOVRA_EXIF_H
 #define KOVRA_EXIF_H

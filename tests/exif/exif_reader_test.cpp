@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <map>
 #include <string>
 
 #include "exif_support.h"
@@ -396,6 +397,116 @@ TEST(ExifRules, RepeatedTagsReplaceEarlierCopiesWithoutLeaking) {
     EXPECT_EQ(info->gps->map_datum, nullptr);  // a fresh GPS record for the second pointer
     EXPECT_STREQ(info->gps->latitude_ref, "S");
     release_exif_info(info);
+}
+
+TEST(ExifRules, EachExifPointerCountsAsIfItsIfdWereWalkedInTurn) {
+    // A: flash 1, color space 7. A' starts 12 bytes into A (its count is A's first entry's last
+    // two bytes) and so holds A's second entry only. B: flash 2, color space 8.
+    TiffBuilder t(true);
+    const uint32_t a = t.add_ifd({t.inline_entry(37385, DALTJ_TIFF_SHORT, 1, {1, 0, 1, 0}), t.short_entry(40961, 7)});
+    const uint32_t b = t.add_ifd({t.short_entry(37385, 2), t.short_entry(40961, 8)});
+    const std::map<char, uint32_t> ifds = {{'A', a}, {'a', a + 12}, {'B', b}};
+    struct Case {
+        std::string pointers;  // 'a' stands for A'
+        uint32_t flash, color_space;
+    };
+    for (const Case &c : {Case{"AB", 2, 8}, Case{"BA", 1, 7}, Case{"ABa", 2, 7}, Case{"aBA", 1, 7},
+                          Case{"Ba", 2, 7}, Case{"ABAB", 2, 8}}) {
+        TiffBuilder file = t;
+        std::vector<TiffBuilder::Entry> pointers;
+        for (char ifd : c.pointers) pointers.push_back(file.long_entry(34665, ifds.at(ifd)));
+        file.set_ifd0(file.add_ifd(pointers));
+        ExifRecord record;
+        ASSERT_EQ(DALTJ_ReadExifInfo(file.bytes().data(), 0, file.size(), &record.info), 1);
+        EXPECT_EQ(record->flash, c.flash) << c.pointers;
+        EXPECT_EQ(record->color_space, c.color_space) << c.pointers;
+    }
+}
+
+TEST(ExifRules, ThumbnailSizeFromTheLastLookUpThatFindsAFrameHeader) {
+    // Each 513 look-up that finds a frame header overwrites width and height; one that finds none
+    // leaves them; 256 and 257 overwrite one each. J1 and J2 (J1's tail) hold no frame header.
+    TiffBuilder t(true);
+    const uint32_t ok = t.add_bytes(thumbnail_jpeg());
+    Bytes none = concat({Bytes{0xFF, 0xD8}, Bytes(16, 0), Bytes{0xFF, 0xD8}, Bytes(16, 0), Bytes{0xFF, 0xDA}});
+    const uint32_t j1 = t.add_bytes(none), j2 = j1 + 18;
+    struct Case {
+        std::vector<TiffBuilder::Entry> ifd1;
+        uint32_t width, height;
+    };
+    const Case cases[] = {
+        {{t.long_entry(513, ok), t.short_entry(256, 80), t.long_entry(513, j1), t.short_entry(257, 60)}, 80, 60},
+        {{t.short_entry(256, 80), t.short_entry(257, 60), t.long_entry(513, ok), t.long_entry(513, j2),
+          t.long_entry(513, j1), t.long_entry(513, j2)},
+         160, 120},
+        {{t.long_entry(513, j1), t.short_entry(256, 80), t.long_entry(513, ok), t.short_entry(257, 60)}, 160, 60},
+        {{t.short_entry(256, 80), t.long_entry(513, j1)}, 80, 0},
+    };
+    for (const Case &c : cases) {
+        TiffBuilder file = t;
+        const uint32_t ifd1 = file.add_ifd(c.ifd1);
+        file.set_ifd0(file.add_ifd({}, ifd1));
+        ExifRecord record;
+        ASSERT_EQ(DALTJ_ReadExifInfo(file.bytes().data(), 0, file.size(), &record.info), 1);
+        EXPECT_EQ(record->thumbnail.width, c.width);
+        EXPECT_EQ(record->thumbnail.height, c.height);
+    }
+}
+
+TEST(ExifRules, RepeatedEntriesCostOneCopyEach) {
+    // 40 Make entries and 40 GPS pointers need one string and one GPS record, so two allocations
+    // are enough to read IFD0 whole and go on to IFD1.
+    const Bytes tiff = [] {
+        TiffBuilder t(true);
+        const uint32_t make = t.add_string("Kamera");
+        const uint32_t gps = t.add_ifd({t.inline_entry(1, DALTJ_TIFF_ASCII, 2, {'N', 0})});
+        const uint32_t ifd1 = t.add_ifd({t.long_entry(514, 100)});
+        std::vector<TiffBuilder::Entry> entries;
+        for (int i = 0; i < 40; ++i) {
+            entries.push_back(t.offset_entry(271, DALTJ_TIFF_ASCII, 7, make));
+            entries.push_back(t.long_entry(34853, gps));
+        }
+        t.set_ifd0(t.add_ifd(entries, ifd1));
+        return t.bytes();
+    }();
+    ExifRecord record;
+    {
+        AllocationFailure failure(2);
+        ASSERT_EQ(DALTJ_ReadExifInfo(tiff.data(), 0, static_cast<uint32_t>(tiff.size()), &record.info), 1);
+    }
+    EXPECT_STREQ(record->make, "Kamera");
+    ASSERT_NE(record->gps, nullptr);
+    EXPECT_STREQ(record->gps->latitude_ref, "N");
+    EXPECT_EQ(record->thumbnail.present, 1u);
+}
+
+TEST(ExifOwnership, ReadingIntoAFilledRecordNeverFreesWhatItHeld) {
+    // Whatever the record holds when a read begins is the caller's: slots the read fills are
+    // overwritten, the others kept, and nothing is freed.
+    const Bytes tiff = complete_exif(true);
+    const auto read = [&tiff](DALTJ_ExifInfo *info) {
+        return DALTJ_ReadExifInfo(tiff.data(), 0, static_cast<uint32_t>(tiff.size()), info);
+    };
+    char make[] = "caller's make", datum[] = "caller's datum";
+    uint8_t blob[4] = {1, 2, 3, 4};
+    DALTJ_GpsInfo caller_gps{};
+    caller_gps.map_datum = datum;
+    DALTJ_ExifInfo info{};
+    info.make = make;
+    info.exif_version = blob;
+    info.gps = &caller_gps;
+    ASSERT_EQ(read(&info), 1);
+    EXPECT_STREQ(make, "caller's make");
+    EXPECT_EQ(caller_gps.map_datum, datum);
+    expect_complete_record(info, thumbnail_offset_in(tiff));
+
+    // Read again into the same record: the first read's copies stay valid, and are the caller's.
+    DALTJ_ExifInfo first = info;
+    ASSERT_EQ(read(&info), 1);
+    EXPECT_NE(info.make, first.make);
+    expect_complete_record(first, thumbnail_offset_in(tiff));
+    release_exif_fields(&first);
+    release_exif_fields(&info);
 }
 
 TEST(ExifRules, ValuesAndPointersOutsideTheDataAreIgnored) {

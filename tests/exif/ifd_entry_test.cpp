@@ -176,19 +176,20 @@ TEST(IfdWalk, EntriesRunningPastTheLengthRefuseTheWholeIfd) {
 }
 
 TEST(IfdWalk, NextOffsetIsZeroWhenItDoesNotFit) {
+    // Each read gets a record of its own, which releases the Make it was given.
+    const auto next_of = [](const Bytes &tiff, uint32_t offset, size_t length) {
+        ExifRecord record;
+        return DALTJ_Read0thIFDInfo(tiff.data(), offset, static_cast<uint32_t>(length), 0, &record.info);
+    };
     const Bytes tiff = tiff_with_make(false);
-    ExifRecord record;
-    EXPECT_EQ(DALTJ_Read0thIFDInfo(tiff.data(), 8, static_cast<uint32_t>(tiff.size()), 0, &record.info), 0u);
+    EXPECT_EQ(next_of(tiff, 8, tiff.size()), 0u);
     Bytes linked = tiff;
     linked[8 + 2 + 12 + 3] = 9;  // next IFD at 9
-    EXPECT_EQ(DALTJ_Read0thIFDInfo(linked.data(), 8, static_cast<uint32_t>(linked.size()), 0, &record.info), 9u);
-    EXPECT_EQ(DALTJ_Read0thIFDInfo(linked.data(), 8, static_cast<uint32_t>(linked.size()) - 1, 0, &record.info), 0u);
+    EXPECT_EQ(next_of(linked, 8, linked.size()), 9u);
+    EXPECT_EQ(next_of(linked, 8, linked.size() - 1), 0u);
     // An IFD offset at the very end, or one that wraps when 2 is added, is refused.
-    EXPECT_EQ(DALTJ_Read0thIFDInfo(linked.data(), static_cast<uint32_t>(linked.size()) - 1,
-                                   static_cast<uint32_t>(linked.size()), 0, &record.info),
-              0u);
-    EXPECT_EQ(DALTJ_Read0thIFDInfo(linked.data(), 0xFFFFFFFFu, static_cast<uint32_t>(linked.size()), 0, &record.info),
-              0u);
+    EXPECT_EQ(next_of(linked, static_cast<uint32_t>(linked.size()) - 1, linked.size()), 0u);
+    EXPECT_EQ(next_of(linked, 0xFFFFFFFFu, linked.size()), 0u);
 }
 
 }  // namespace
