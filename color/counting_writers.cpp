@@ -1,11 +1,9 @@
 // Row writers of output paths whose pixel work this library does not carry out: each only
 // counts the row in the context, so the drivers' row accounting and cancel checks still run.
 
-#include "kovra_jpeg.h"
+#include "color/output_rows.h"
 
-namespace {
-void count_row(DALTJ_DecoderInfo *ctx) { ++ctx->outputRowsWritten; }
-}  // namespace
+using kovra::color::count_row;
 
 extern "C" {
 KOVRA_API void DALTJ_FastYcbcrWriteOutput(DALTJ_DecoderInfo *ctx) { count_row(ctx); }

@@ -97,6 +97,16 @@ KOVRA_ASSERT_WORD(DALTJ_MainController, rowgroupsAvail, 2);
 KOVRA_ASSERT_WORD(DALTJ_MainController, rowPointers, 5);
 KOVRA_ASSERT_WORDS(DALTJ_MainController, 7);
 
+/* The sample rows that colour conversion reads: the index of the current row and, per component,
+ * a table of row pointers (0 = Y, 1 = Cb, 2 = Cr, 3 = K; or 0..2 = R, G, B). */
+typedef struct DALTJ_SampleRows {
+    int32_t sampleRowIndex;
+    uint8_t **componentRows[4];
+} DALTJ_SampleRows;
+
+KOVRA_ASSERT_WORD(DALTJ_SampleRows, componentRows, 1);
+KOVRA_ASSERT_WORDS(DALTJ_SampleRows, 5);
+
 /* Cancel callback: (checkContext, outputRowsWritten) -> 0 stop, non-zero go on. */
 typedef uint32_t (*DALTJ_CheckFunc)(void *checkContext, uint32_t outputRowsWritten);
 
@@ -139,7 +149,7 @@ typedef struct DALTJ_DecoderInfo {
     void *huffState;
     void *coefController;
     struct DALTJ_MainController *mainController;
-    void *sampleRows;
+    DALTJ_SampleRows *sampleRows;
     uint32_t scanParams[4];
     uint32_t currentComponent;
     uint32_t scanWord;
@@ -149,7 +159,7 @@ typedef struct DALTJ_DecoderInfo {
     int32_t scaledHeight;
     int32_t writeEnabled;
     uint32_t resizeScaleShift; /* 4, 5 or 6 */
-    int32_t *accumRows[2];
+    uint32_t *accumRows[2];    /* packed resampler sums, scaledWidth words each */
     int32_t accumUpper;
     int32_t accumLower;
     int32_t outputHeight;
@@ -178,6 +188,11 @@ typedef struct DALTJ_DecoderInfo {
     uint8_t scanState;         /* 0 running, 3 finished waiting, 4 abandon */
     uint8_t skipMode;
     int32_t perScanTables;
+    /* The per-call resampler of the greyscale, RGB, CMYK and YCCK drivers. */
+    int32_t sourceColumnOffset; /* added to every source row pointer */
+    int32_t sourceColumns;     /* source columns sampled per row (RGB, CMYK, YCCK) */
+    int32_t targetWidth;       /* output width */
+    int32_t regionGate;        /* with the record's region_ready 0, the greyscale driver waits */
 } DALTJ_DecoderInfo;
 
 KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, outputRow, 1);
@@ -212,7 +227,8 @@ KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, scanOffsets, 84);
 KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, scaleCode, 86);
 KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, scanState, 88);
 KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, perScanTables, 89);
-KOVRA_ASSERT_WORDS(DALTJ_DecoderInfo, 90);
+KOVRA_ASSERT_WORD(DALTJ_DecoderInfo, sourceColumnOffset, 90);
+KOVRA_ASSERT_WORDS(DALTJ_DecoderInfo, 94);
 
 /* Exported tables of the entropy decoder and the region path. */
 typedef uint32_t (*DALTJ_RegionMcuFn)(DALTJ_DecoderInfo *ctx);
@@ -385,6 +401,54 @@ KOVRA_API void DALTJ_RGBWriteOutput1to1(DALTJ_DecoderInfo *ctx);
 KOVRA_API void DALTJ_RGBWriteOutput(DALTJ_DecoderInfo *ctx);
 KOVRA_API void DALTJ_CMYKWriteOutput1to1(DALTJ_DecoderInfo *ctx);
 KOVRA_API void DALTJ_YCCKWriteOutput1to1(DALTJ_DecoderInfo *ctx);
+
+/* ---- Colour conversion and output writers ----
+ * Output formats (outputFormat): 4 grey bytes; 5 32-bit pixels, bytes 255, R, G, B; 14 Y every
+ * row with Cb and Cr on even rows; 15 three full planes Y, Cb, Cr. A writer given a format it does
+ * not write only counts the row. Pointers, strides and sizes are trusted; sample values are not:
+ * any bytes read through the context's rangeLimit (valid over -227..481) stay inside the table.
+ * The converters' second argument is not read. */
+
+/* Region column offset mask by scale code (1 -> 14, 2 -> 6, 4 -> 2, others 0): a region starting at
+ * column x starts at (x AND mask) + (x AND 1) in the decoded row. */
+KOVRA_API extern const int32_t DALTJ_RegionColumnMask[16];
+
+/* YCbCr, one to one: a row of each component becomes one output row (formats 5, 14, 15). */
+KOVRA_API void DALTJ_YcbcrWriteOutput1to1(DALTJ_DecoderInfo *ctx, const uint8_t *yRow, const uint8_t *cbRow,
+                                          const uint8_t *crRow, int32_t width);
+KOVRA_API int32_t DALTJ_DoFastYcbcrToRgb(DALTJ_DecoderInfo *ctx, void *ignored, int32_t rowCount);
+/* YCbCr resampled: each output pixel the truncated mean of four point samples at the quarter
+ * points of its footprint; rowCount below 1 resets the resampler. Writes format 15. */
+KOVRA_API void DALTJ_DoYcbcrToUpscaleRgb(DALTJ_DecoderInfo *ctx, void *ignored, int32_t rowCount);
+KOVRA_API void DALTJ_YcbcrWriteOutput(DALTJ_DecoderInfo *ctx, const uint32_t *accumRow, int32_t width);
+/* Counts the output rows of an upscaled decode whose pixels are written elsewhere. */
+KOVRA_API int32_t DALTJ_DoFastYcbcrToUpscaleRgb(DALTJ_DecoderInfo *ctx, void *ignored, int32_t rowCount);
+
+/* Greyscale (format 4) and RGB sources (counted, not written). */
+KOVRA_API void DALTJ_GrayWriteOutput1to1(DALTJ_DecoderInfo *ctx, const uint8_t *row, int32_t width);
+KOVRA_API void DALTJ_GrayWriteOutput(DALTJ_DecoderInfo *ctx, const uint32_t *accumRow, int32_t width);
+KOVRA_API void DALTJ_DoGrayUpscaleConvert(DALTJ_DecoderInfo *ctx, void *ignored, int32_t rowCount);
+KOVRA_API int32_t DALTJ_DoGrayConvert(DALTJ_DecoderInfo *ctx, void *ignored, int32_t rowCount);
+KOVRA_API int32_t DALTJ_DoRgbConvert(DALTJ_DecoderInfo *ctx, void *ignored, int32_t rowCount);
+KOVRA_API int32_t DALTJ_DoRgbUpscaleConvert(DALTJ_DecoderInfo *ctx, void *ignored, int32_t rowCount);
+/* Grey rows through a 256-entry table into 4-byte pixels (t, t, t, 255): source row startRow + i of
+ * *rowSet goes to outRows[i]. */
+KOVRA_API void ycc_rgb_convert_internal(uint32_t width, const uint8_t *table, uint8_t *const *const *rowSet,
+                                        uint32_t startRow, uint8_t *const *outRows, int32_t rowCount);
+
+/* Four-component sources, converted and accumulated, counted, not written. */
+KOVRA_API int32_t DALTJ_DoCMYKToRgb(DALTJ_DecoderInfo *ctx, void *ignored, int32_t rowCount);
+KOVRA_API int32_t DALTJ_DoYCCKToRgb(DALTJ_DecoderInfo *ctx, void *ignored, int32_t rowCount);
+
+/* Planar YUV (format 15) cropped to the record's region; region_width is the planes' stride and
+ * outputPitch an extra advance of outY after every call. */
+KOVRA_API int32_t DALTJ_YcbcrWriteOutput1to1_YUV420(DALTJ_DecoderInfo *ctx, const uint8_t *yRowA,
+                                                    const uint8_t *yRowB, const uint8_t *cbRow,
+                                                    const uint8_t *crRow, int32_t width);
+KOVRA_API void DALTJ_YcbcrWriteOutput1to1_YUV444(DALTJ_DecoderInfo *ctx, const uint8_t *yRow, const uint8_t *ignored,
+                                                 const uint8_t *cbRow, const uint8_t *crRow, int32_t width);
+KOVRA_API void DALTJ_YcbcrWriteOutput1to1_YUV422_H2V1(DALTJ_DecoderInfo *ctx);
+KOVRA_API void DALTJ_YcbcrWriteOutput1to1_YUV422_H1V2(DALTJ_DecoderInfo *ctx);
 
 /* ---- Inverse DCTs (DALTJ_IdctFn) ----
  * They trust their arguments; for any coefficients and multipliers, a table built as the library
