@@ -1,0 +1,326 @@
+// The writers' region, parity and format rules on small hand-checked rows, the drivers' row
+// accounting, and the four-component arithmetic.
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+#include "color/four_component.h"
+#include "color_scene.h"
+
+namespace kovra::test::color {
+namespace {
+
+using Bytes = std::vector<uint8_t>;
+
+// A row of n samples first, first + 1, ...
+Image ramp(uint8_t first, int32_t n = 16, int32_t rows = 1) {
+    Image image{n, rows, {}};
+    for (int32_t i = 0; i < n * rows; ++i) image.samples.push_back(uint8_t(first + i));
+    return image;
+}
+
+Bytes bytes(std::initializer_list<int> values) { return Bytes(values.begin(), values.end()); }
+Bytes run(uint8_t first, int n) { return ramp(first, n).samples; }
+Bytes cat(Bytes a, const Bytes &b) {
+    a.insert(a.end(), b.begin(), b.end());
+    return a;
+}
+Bytes untouched(int n) { return Bytes(size_t(n), 0xA5); }
+
+TEST(OneToOne, Format5ConvertsFromTheMaskedOddColumnUsingTheScaleCode) {
+    Scene scene;
+    Image y = ramp(0), chroma = Image{16, 1, Bytes(16, 128)};
+    scene.ctx.scaleCode = 2;        // mask 6
+    scene.region.region_scale = 8;  // not used by this format
+    scene.region.region_left = 13;  // 13 & 6 = 4, odd: pixels from column 5
+    scene.ctx.outputPitch = 100;
+    scene.output(5, 12);
+    DALTJ_YcbcrWriteOutput1to1(&scene.ctx, y.samples.data(), chroma.samples.data(), chroma.samples.data(), 3);
+    EXPECT_EQ(scene.planes[0], bytes({255, 5, 5, 5, 255, 6, 6, 6, 255, 7, 7, 7}));
+    EXPECT_EQ(scene.ctx.outY, scene.planes[0].data() + 100);
+    EXPECT_EQ(scene.ctx.outputRowsWritten, 1u);
+}
+
+TEST(OneToOne, Format14CopiesChromaOnEvenRowsWithAnOddWidthsExtraSample) {
+    Scene scene;
+    Image y = ramp(0), cb = ramp(100), cr = ramp(200);
+    scene.ctx.scaleCode = 1;        // not used by this format
+    scene.region.region_scale = 4;  // mask 2
+    scene.region.region_left = 7;   // chroma from 7 & 2 = 2, luma one later
+    scene.ctx.outputStride = 4;
+    scene.output(14, 8, 4);
+    for (int row = 0; row < 2; ++row)
+        DALTJ_YcbcrWriteOutput1to1(&scene.ctx, y.samples.data(), cb.samples.data(), cr.samples.data(), 3);
+    EXPECT_EQ(scene.planes[0], cat(cat(run(3, 3), untouched(1)), cat(run(3, 3), untouched(1))));
+    EXPECT_EQ(scene.planes[1], run(102, 4));
+    EXPECT_EQ(scene.planes[2], run(202, 4));
+    EXPECT_EQ(scene.ctx.outCb, scene.planes[1].data() + 4);  // the odd row left chroma where it was
+    EXPECT_EQ(scene.ctx.outY, scene.planes[0].data() + 8);
+}
+
+TEST(OneToOne, Format15CopiesWholeRowsWithoutARegionOffset) {
+    Scene scene;
+    Image y = ramp(0), cb = ramp(100), cr = ramp(200);
+    scene.region.region_left = 5;
+    scene.ctx.outputStride = 3;
+    scene.output(15, 3, 3);
+    DALTJ_YcbcrWriteOutput1to1(&scene.ctx, y.samples.data(), cb.samples.data(), cr.samples.data(), 3);
+    EXPECT_EQ(scene.planes[0], run(0, 3));
+    EXPECT_EQ(scene.planes[1], run(100, 3));
+    EXPECT_EQ(scene.planes[2], run(200, 3));
+    EXPECT_EQ(scene.ctx.outCr, scene.planes[2].data() + 3);
+}
+
+// A format a writer does not write: nothing written, only the row count and, for the planar
+// YUV writers, the pitch move.
+TEST(Writers, OtherFormatsOnlyCount) {
+    using Write = void (*)(DALTJ_DecoderInfo *, const uint8_t *);
+    static std::vector<uint32_t> accumulator(4, 0x3FFFFFFF);
+    const struct {
+        std::vector<int32_t> writes;
+        uint32_t rows;  // rows counted, and pitches added to outY
+        Write write;
+    } writers[] = {
+        {{5, 14, 15}, 0, [](DALTJ_DecoderInfo *c, const uint8_t *s) { DALTJ_YcbcrWriteOutput1to1(c, s, s, s, 4); }},
+        {{15}, 0, [](DALTJ_DecoderInfo *c, const uint8_t *) { DALTJ_YcbcrWriteOutput(c, accumulator.data(), 4); }},
+        {{4}, 0, [](DALTJ_DecoderInfo *c, const uint8_t *s) { DALTJ_GrayWriteOutput1to1(c, s, 4); }},
+        {{4}, 0, [](DALTJ_DecoderInfo *c, const uint8_t *) { DALTJ_GrayWriteOutput(c, accumulator.data(), 4); }},
+        {{15}, 1, [](DALTJ_DecoderInfo *c, const uint8_t *s) { DALTJ_YcbcrWriteOutput1to1_YUV444(c, s, s, s, s, 4); }},
+        {{15}, 2, [](DALTJ_DecoderInfo *c, const uint8_t *s) { DALTJ_YcbcrWriteOutput1to1_YUV420(c, s, s, s, s, 4); }},
+        {{}, 1, [](DALTJ_DecoderInfo *c, const uint8_t *) { DALTJ_YcbcrWriteOutput1to1_YUV422_H2V1(c); }},
+        {{}, 2, [](DALTJ_DecoderInfo *c, const uint8_t *) { DALTJ_YcbcrWriteOutput1to1_YUV422_H1V2(c); }},
+    };
+    Scene scene;
+    Image row = ramp(0);
+    scene.ctx.outputStride = scene.ctx.outputPitch = 3;
+    scene.region.region_width = 4;
+    for (int32_t format : {4, 5, 7, 14, 15}) {
+        for (const auto &w : writers) {
+            if (std::find(w.writes.begin(), w.writes.end(), format) != w.writes.end()) continue;
+            scene.output(format, 64, 64);
+            scene.ctx.outputRowsWritten = 0;
+            w.write(&scene.ctx, row.samples.data());
+            EXPECT_EQ(scene.ctx.outputRowsWritten, std::max(w.rows, 1u)) << format;
+            EXPECT_EQ(scene.ctx.outY, scene.planes[0].data() + 3 * w.rows) << format;
+            EXPECT_EQ(scene.ctx.outCb, scene.planes[1].data()) << format;
+            EXPECT_EQ(scene.planes[0], untouched(64)) << format;
+        }
+    }
+}
+
+TEST(PlanarYuv, Yuv444CopiesFromTheRegionColumnAndStridesByTheRegionWidth) {
+    Scene scene;
+    Image y = ramp(0), cb = ramp(100), cr = ramp(200);
+    scene.region.region_scale = 4;  // mask 2
+    scene.region.region_left = 7;   // 7 & 2 = 2, odd: every plane from column 3
+    scene.region.region_width = 3;
+    scene.ctx.outputPitch = 1;
+    scene.output(15, 3, 3);
+    DALTJ_YcbcrWriteOutput1to1_YUV444(&scene.ctx, y.samples.data(), nullptr, cb.samples.data(), cr.samples.data(), 2);
+    EXPECT_EQ(scene.planes[0], cat(run(3, 2), untouched(1)));
+    EXPECT_EQ(scene.planes[1], cat(run(103, 2), untouched(1)));
+    EXPECT_EQ(scene.planes[2], cat(run(203, 2), untouched(1)));
+    EXPECT_EQ(scene.ctx.outY, scene.planes[0].data() + 4);
+    EXPECT_EQ(scene.ctx.outCr, scene.planes[2].data() + 3);
+}
+
+// 4:2:0 with width 5 from region column 3 (region_left 3 at mask 2: luma from 3, chroma from
+// 2 / 2 = 1), planes as wide as the region, chroma planes 3 wide. Row B follows row A by `width`.
+struct Yuv420 : Scene {
+    Image a = ramp(0), b = ramp(30), cb = ramp(100), cr = ramp(200);
+    Yuv420(int32_t top, int32_t height, int32_t rows, int32_t chroma_rows) {
+        region.region_scale = 4;
+        region.region_left = 3;
+        region.region_width = 5;
+        region.region_top = top;
+        region.region_height = height;
+        output(15, size_t(rows) * 5, size_t(chroma_rows) * 3);
+    }
+    int32_t call(uint16_t output_row) {
+        ctx.outputRow = output_row;
+        return DALTJ_YcbcrWriteOutput1to1_YUV420(&ctx, a.samples.data(), b.samples.data(), cb.samples.data(),
+                                                 cr.samples.data(), 5);
+    }
+    Bytes row_a() const { return run(3, 5); }
+    Bytes row_b() const { return run(33, 5); }
+};
+
+TEST(PlanarYuv, Yuv420OddRegionTopStartsOnRowBAndAnOddHeightEndsOnRowA) {
+    Yuv420 even(0, 3, 3, 2);
+    EXPECT_EQ(even.call(0), 2);
+    EXPECT_EQ(even.call(2), 4);  // the last row: row A alone, over where row B would go
+    EXPECT_EQ(even.planes[0], cat(cat(even.row_a(), even.row_b()), even.row_a()));
+    EXPECT_EQ(even.planes[1], cat(run(101, 3), run(101, 3)));
+
+    Yuv420 odd(1, 4, 4, 2);
+    odd.call(0);  // row B alone, one row down
+    odd.call(2);
+    odd.call(4);  // the last row: row A alone, no chroma
+    EXPECT_EQ(odd.planes[0], cat(cat(odd.row_b(), odd.row_a()), cat(odd.row_b(), odd.row_a())));
+    EXPECT_EQ(odd.planes[2], cat(run(201, 3), run(201, 3)));
+    EXPECT_EQ(odd.ctx.outCb, odd.planes[1].data() + 6);
+}
+
+TEST(PlanarYuv, Yuv420AfterAnOddRowCountWritesRowAAndLeavesTheChromaPlanes) {
+    Yuv420 scene(0, 4, 1, 1);
+    scene.ctx.outputRowsWritten = 1;
+    EXPECT_EQ(scene.call(0), 3);
+    EXPECT_EQ(scene.planes[0], scene.row_a());
+    EXPECT_EQ(scene.planes[1], run(101, 3));
+    EXPECT_EQ(scene.ctx.outCb, scene.planes[1].data());
+}
+
+TEST(OneToOne, DriverWritesEveryRowOrCountsTheRowsOfASelectedCall) {
+    Scene scene;
+    Image y = ramp(0, 2, 4), chroma{2, 4, Bytes(8, 128)};
+    scene.source(0, y);
+    scene.source(1, chroma);
+    scene.source(2, chroma);
+    scene.ctx.sourceSize = 8u << 16 | 2;  // 8 rows onto 4: a call starting at an odd row is selected
+    scene.ctx.scaledHeight = 4;
+    scene.ctx.rowGroupPending = 1;
+    EXPECT_EQ(DALTJ_DoFastYcbcrToRgb(&scene.ctx, nullptr, 3), 0);
+    EXPECT_EQ(scene.ctx.outputRowsWritten, 0u);
+    EXPECT_EQ(scene.ctx.rowGroupPending, 0);
+    DALTJ_DoFastYcbcrToRgb(&scene.ctx, nullptr, 2);
+    EXPECT_EQ(scene.ctx.outputRowsWritten, 2u);
+    EXPECT_EQ(scene.ctx.inputRow, 5);
+
+    scene.ctx.writeEnabled = 1;
+    scene.ctx.outputPitch = 8;
+    scene.rows.sampleRowIndex = 2;
+    scene.output(5, 16);
+    DALTJ_DoFastYcbcrToRgb(&scene.ctx, nullptr, 2);
+    EXPECT_EQ(scene.planes[0], bytes({255, 4, 4, 4, 255, 5, 5, 5, 255, 6, 6, 6, 255, 7, 7, 7}));
+    EXPECT_EQ(scene.rows.sampleRowIndex, 2);
+    EXPECT_EQ(scene.ctx.outputRowsWritten, 4u);
+    EXPECT_EQ(DALTJ_DoFastYcbcrToRgb(&scene.ctx, nullptr, 0), 0);
+    EXPECT_EQ(scene.ctx.inputRow, 7);
+}
+
+TEST(UpscaleRowCounter, CountsTheOutputRowsThatSampleEachSourceRow) {
+    Scene scene;
+    scene.ctx.outputHeight = 2;  // 2 source rows onto 5 output rows: 2, 3, 2, 3, ...
+    scene.ctx.imageHeightRows = 5;
+    const uint32_t expected[] = {2, 3, 2};
+    for (uint32_t rows : expected) {
+        const uint32_t before = scene.ctx.outputRowsWritten;
+        EXPECT_EQ(DALTJ_DoFastYcbcrToUpscaleRgb(&scene.ctx, nullptr, 1), 0);
+        EXPECT_EQ(scene.ctx.outputRowsWritten - before, rows);
+    }
+    scene.ctx.inputRow = 0;
+    scene.ctx.outputRowsWritten = 0;
+    DALTJ_DoFastYcbcrToUpscaleRgb(&scene.ctx, nullptr, 3);  // the entry row's count, three times
+    EXPECT_EQ(scene.ctx.outputRowsWritten, 6u);
+    EXPECT_EQ(scene.ctx.inputRow, 3);
+}
+
+TEST(Grey, OneToOneRegionOffsetsAndTheRegionWidthAsStride) {
+    Scene scene;
+    Image row = ramp(0);
+    scene.region.region_left = 5;  // masks: scale code 1 -> 4, scale code 4 -> 0
+    scene.region.region_width = 10;
+    scene.ctx.scaleCode = 1;
+    scene.region.region_scale = 4;
+    scene.output(4, 30);
+    DALTJ_GrayWriteOutput1to1(&scene.ctx, row.samples.data(), 2);  // no region: only the odd column
+    scene.region.region_enabled = 1;
+    DALTJ_GrayWriteOutput1to1(&scene.ctx, row.samples.data(), 2);  // scaleCode's mask
+    scene.ctx.regionMode = 1;
+    DALTJ_GrayWriteOutput1to1(&scene.ctx, row.samples.data(), 2);  // region_scale's mask
+    EXPECT_EQ(scene.planes[0], cat(cat(cat(bytes({1, 2}), untouched(8)), cat(bytes({5, 6}), untouched(8))),
+                                   cat(bytes({1, 2}), untouched(8))));
+    EXPECT_EQ(scene.ctx.outputRowsWritten, 3u);
+}
+
+TEST(Grey, DriverWritesOneToOneFromTheColumnOffsetAndWaitsForItsRegion) {
+    Scene scene;
+    Image grey = ramp(0, 8, 3);
+    scene.source(0, grey);
+    scene.ctx.sourceSize = 3u << 16 | 2;
+    scene.ctx.sourceColumnOffset = 3;
+    scene.ctx.writeEnabled = 1;
+    scene.region.region_width = 2;
+    scene.output(4, 4);
+    scene.rows.sampleRowIndex = 1;
+    scene.ctx.regionGate = 1;
+    EXPECT_EQ(DALTJ_DoGrayConvert(&scene.ctx, nullptr, 2), 0);  // region not ready: nothing
+    EXPECT_EQ(scene.ctx.inputRow, 0);
+    scene.region.region_ready = 1;
+    scene.rows.sampleRowIndex = 0;
+    DALTJ_DoGrayConvert(&scene.ctx, nullptr, 2);
+    EXPECT_EQ(scene.planes[0], bytes({11, 12, 19, 20}));  // rows 1 and 2: the table moved on once
+    EXPECT_EQ(scene.ctx.outputRowsWritten, 2u);
+    EXPECT_EQ(scene.ctx.inputRow, 2);
+}
+
+TEST(Resampler, RowCountZeroResetsOnlyTheTrackers) {
+    Scene scene;
+    scene.accumulate(2);
+    for (auto driver : {DALTJ_DoYcbcrToUpscaleRgb, DALTJ_DoGrayUpscaleConvert}) {
+        scene.ctx.upperSamplePos = 7;
+        scene.ctx.lowerSamplePos = 9;
+        scene.ctx.inputRow = scene.ctx.rowGroupPending = scene.ctx.accumUpper = 1;
+        driver(&scene.ctx, nullptr, 0);
+        EXPECT_EQ(scene.ctx.upperSamplePos, 0);
+        EXPECT_EQ(scene.ctx.lowerSamplePos, 0);
+        EXPECT_EQ(scene.ctx.inputRow + scene.ctx.rowGroupPending + scene.ctx.accumUpper, 3);
+    }
+}
+
+TEST(CountedSources, WriteEnabledRowsAreCountedOnly) {
+    Scene scene;
+    scene.ctx.writeEnabled = 1;
+    scene.ctx.rowGroupPending = 1;
+    for (auto driver : {DALTJ_DoRgbConvert, DALTJ_DoCMYKToRgb, DALTJ_DoYCCKToRgb}) EXPECT_EQ(driver(&scene.ctx, nullptr, 2), 0);
+    EXPECT_EQ(scene.ctx.outputRowsWritten, 6u);
+    EXPECT_EQ(scene.ctx.inputRow, 6);
+    EXPECT_EQ(scene.ctx.rowGroupPending, 0);
+}
+
+TEST(FourComponents, CmykAndYcckArithmetic) {
+    using kovra::color::cmyk_to_rgb;
+    using kovra::color::ycck_to_rgb;
+    const uint8_t *rl = jpeg::sample_range_limit();
+    auto same = [](kovra::color::Rgb v, uint32_t r, uint32_t g, uint32_t b) { return v.r == r && v.g == g && v.b == b; };
+    EXPECT_TRUE(same(cmyk_to_rgb(10, 200, 255, 255), 10, 200, 255));
+    EXPECT_TRUE(same(cmyk_to_rgb(10, 200, 255, 0), 0, 0, 0));
+    EXPECT_TRUE(same(cmyk_to_rgb(200, 1, 254, 100), 78, 0, 99));
+    EXPECT_TRUE(same(ycck_to_rgb(37, 0, 255, 0, rl), 0, 0, 0));
+    EXPECT_TRUE(same(ycck_to_rgb(0, 0, 0, 255, rl), 254, 119, 254));  // index 481 for blue
+    EXPECT_TRUE(same(ycck_to_rgb(100, 128, 128, 200, rl), 120, 121, 121));
+    EXPECT_TRUE(same(ycck_to_rgb(255, 255, 255, 255, rl), 0, 134, 0));
+}
+
+// One CMYK pixel taken at both horizontal quarter points of a 1-wide output row: the doubled
+// word, added once per point, and not doubled again.
+TEST(FourComponents, PixelsEnterTheAccumulatorsDoubled) {
+    Scene scene;
+    Image c0{1, 1, {200}}, c1{1, 1, {100}}, c2{1, 1, {50}}, k{1, 1, {255}};
+    for (auto [c, image] : {std::pair{0, &c0}, {1, &c1}, {2, &c2}, {3, &k}}) scene.source(c, *image);
+    scene.accumulate(1);
+    scene.ctx.sourceColumns = scene.ctx.targetWidth = 1;
+    scene.ctx.outputHeight = 2;  // the first of two source rows holds only the upper point
+    scene.ctx.imageHeightRows = 1;
+    DALTJ_DoCMYKToRgb(&scene.ctx, nullptr, 1);
+    EXPECT_EQ(scene.accumulators[0][0], 2 * (200u << 21 | 100u << 11 | 50u << 1));
+    EXPECT_EQ(scene.ctx.accumUpper, 1);
+}
+
+TEST(GreyToPixels, TableValuesWithOpaqueAlpha) {
+    std::array<uint8_t, 256> table;
+    for (int i = 0; i < 256; ++i) table[i] = uint8_t(255 - i);
+    Image grey = ramp(10, 2, 3);
+    uint8_t *source[] = {grey.samples.data(), grey.samples.data() + 2, grey.samples.data() + 4};
+    uint8_t *const *row_set = source;
+    Bytes out(16, 0xA5);
+    uint8_t *out_rows[] = {out.data(), out.data() + 8};
+    ycc_rgb_convert_internal(0, table.data(), &row_set, 1, out_rows, 2);
+    EXPECT_EQ(out, untouched(16));
+    ycc_rgb_convert_internal(2, table.data(), &row_set, 1, out_rows, 2);
+    EXPECT_EQ(out, bytes({243, 243, 243, 255, 242, 242, 242, 255, 241, 241, 241, 255, 240, 240, 240, 255}));
+}
+
+}  // namespace
+}  // namespace kovra::test::color
