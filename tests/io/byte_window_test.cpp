@@ -86,6 +86,7 @@ TEST(ByteWindow, EmptySourceAndNullMemoryFail) {
     SourceRecord src(SourceKind::kStream, {});
     Window win(src->io);
     EXPECT_EQ(DALTJ_CheckBuffer(&win.w, 1), DALTJ_WINDOW_FAILED);
+    EXPECT_EQ(std::count(win.w.data, win.w.data + KOVRADALT_WINDOW_CAPACITY, 0), KOVRADALT_WINDOW_CAPACITY);
     DALTJ_ByteWindow no_memory = kovra::io::make_window(src->io, nullptr);
     EXPECT_EQ(DALTJ_CheckBuffer(&no_memory, 1), DALTJ_WINDOW_FAILED);
 }
@@ -96,7 +97,7 @@ TEST(ByteWindow, RefillTopsUpOnlyWhatWasConsumed) {
     ASSERT_EQ(DALTJ_CheckBuffer(&win.w, 1), DALTJ_WINDOW_REFILLED);
     EXPECT_EQ(win.w.avail, KOVRADALT_WINDOW_CAPACITY);
     kovra::io::consume(win.w, 16000);
-    EXPECT_EQ(DALTJ_CheckBuffer(&win.w, 1000), DALTJ_WINDOW_REFILLED);
+    EXPECT_EQ(DALTJ_CheckBuffer(&win.w, 16000), DALTJ_WINDOW_REFILLED);  // fills the window exactly
     EXPECT_EQ(win.w.avail, KOVRADALT_WINDOW_CAPACITY);
     EXPECT_EQ(win.w.consumed_total, KOVRADALT_WINDOW_CAPACITY + 16000);
 }

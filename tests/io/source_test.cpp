@@ -5,9 +5,12 @@
 
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 #include <memory>
 #include <numeric>
 #include <vector>
+
+#include <unistd.h>
 
 #include "kovra_decinfo.h"
 #include "kovra_io.h"
@@ -93,6 +96,28 @@ TEST(OpenSource, AllocationFailuresLeakNothing) {
     }
 }
 
+size_t open_descriptors() {
+    return static_cast<size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
+                                             std::filesystem::directory_iterator()));
+}
+
+// A pipe cannot be measured or rewound: opening it by path fails and closes what it opened;
+// handed over as an open stream it fails and leaves the caller's stream open.
+TEST(OpenSource, UnseekableInputsFailAndCloseOnlyWhatTheyOpened) {
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    FILE *reader = fdopen(ends[0], "rb");
+    std::string path = "/proc/self/fd/" + std::to_string(ends[0]);
+    const size_t descriptors = open_descriptors();
+    gKOVRADALT_Error = 77;
+    EXPECT_EQ(KOVRADALT_Open_IO(IO_KIND_PATH, path.data(), 0), nullptr);
+    EXPECT_EQ(open_descriptors(), descriptors);
+    EXPECT_EQ(KOVRADALT_Open_IO(IO_KIND_FILE, reader, 0), nullptr);
+    EXPECT_EQ(gKOVRADALT_Error, 77);  // these failures have no error code of their own
+    EXPECT_EQ(std::fclose(reader), 0);
+    close(ends[1]);
+}
+
 TEST(OpenSource, OpenFileWithoutSizeRewindsTheCallersStream) {
     TempDir dir;
     FILE *file = std::fopen(dir.write("img", counting_bytes(50)).c_str(), "rb");
@@ -120,6 +145,11 @@ TEST(MemorySource, ReadsStopExactlyAtTheEnd) {
     EXPECT_EQ(KOVRADALT_Seek_IO(io.get(), 7, SEEK_SET), 7);
     EXPECT_EQ(KOVRADALT_Read_IO(io.get(), out, 16), 3);
     EXPECT_EQ(out[0], 8);
+    KOVRADALT_Seek_IO(io.get(), 0, SEEK_SET);
+    uint8_t *view = nullptr;
+    EXPECT_EQ(KOVRADALT_Read_IO(io.get(), out, -5), 0);  // a negative count moves nothing
+    EXPECT_EQ(KOVRADALT_Read_IO2(io.get(), &view, -5), 0);
+    EXPECT_EQ(io->position, 0);
 }
 
 TEST(MemorySource, SeekRules) {
