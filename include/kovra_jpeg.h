@@ -459,7 +459,7 @@ KOVRA_API void DALTJ_DoIdct(const uint8_t *rangeLimit, const int32_t *multiplier
 /* The same with an ordered 16 x 16 dither whose phase moves on with every call (process-wide). */
 KOVRA_API void DALTJ_DoIdctDither(const uint8_t *rangeLimit, const int32_t *multipliers,
                                   const int16_t *coefficients, uint8_t **outputRows, uint32_t outputColumn);
-/* The same samples as DALTJ_DoIdct, without its DC-only column shortcut, rows stored as words. */
+/* The same samples as DALTJ_DoIdct, without its DC-only column shortcut. */
 KOVRA_API void DALTJ_DoIdct8By8(const uint8_t *rangeLimit, const int32_t *multipliers, const int16_t *coefficients,
                                 uint8_t **outputRows, uint32_t outputColumn);
 

@@ -1,5 +1,6 @@
-// DALTJ_DoIdct8By8: the full-size AAN IDCT without the DC-only column shortcut, each output row
-// stored as two little-endian words. It gives the same samples as DALTJ_DoIdct for every block.
+// DALTJ_DoIdct8By8: the full-size AAN IDCT without the DC-only column shortcut. It gives the same
+// samples as DALTJ_DoIdct for every block (the shortcut is exact); a vector version may store
+// each row as two words.
 
 #include "jpeg/idct_aan.h"
 #include "jpeg/idct_scalar.h"

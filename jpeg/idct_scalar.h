@@ -11,7 +11,7 @@ namespace kovra::jpeg {
 void idct_full_scalar(const uint8_t *range_limit, const int32_t *multipliers, const int16_t *coefficients,
                       uint8_t **output_rows, uint32_t output_column);
 
-// DALTJ_DoIdct8By8: the same samples without the column shortcut, rows stored as two words.
+// DALTJ_DoIdct8By8: the same samples without the column shortcut.
 void idct_8by8_scalar(const uint8_t *range_limit, const int32_t *multipliers, const int16_t *coefficients,
                       uint8_t **output_rows, uint32_t output_column);
 
