@@ -127,6 +127,7 @@ KOVRA_API int32_t KOVRADALTI_DecodeGIF(KOVRADALT_DecInfo *dec, uint8_t *out, int
     if (dec == nullptr || dec->gif_info == nullptr) return 0;
     DALTI_GIFDecoderInfo *rec = dec->gif_info;
     rec->frame_out = out;
+    rec->frame_out_rows = 0;
     if (!covers_screen(rec)) {
         if (rec->output_format != KOVRADALT_FORMAT_INDEX8) return 0;
         const uint32_t fill = rec->has_transparency != 0 ? static_cast<uint32_t>(rec->transparent_index) & 0xFFu
@@ -144,6 +145,9 @@ KOVRA_API int32_t KOVRADALTI_DecodeAGIF(KOVRADALT_DecInfo *dec, uint8_t *out, in
     if (dec == nullptr || dec->gif_info == nullptr) return 0;
     DALTI_GIFDecoderInfo *rec = dec->gif_info;
     rec->frame_out = out;
+    // Every row written below out_rows: the rows above the frame and the frame's own rows as
+    // well as the rows below it (those beyond are still composed into the canvas).
+    rec->frame_out_rows = out_rows > 0 ? out_rows : -1;
     if (rec->screen_height < 1) return 0;
     const bool frame_mode = rec->frame_mode != 0;
     bool canvas_unfilled = false;

@@ -1,6 +1,7 @@
 // Bounds of the rows the writers touch. Output rows live in the caller's buffer of out_height
-// rows of out_stride bytes; colour rows live in the canvas or in row_colors, whose sizes the
-// record keeps. A row that would fall outside them is not written.
+// rows of out_stride bytes (an animation frame call may say its buffer holds fewer); colour rows
+// live in the canvas or in row_colors, whose sizes the record keeps. A row that would fall
+// outside them is not written.
 #pragma once
 
 #include <algorithm>
@@ -10,9 +11,15 @@
 
 namespace kovra::gif {
 
+// Output rows the caller's buffer holds: out_height, or fewer when the frame call said so.
+inline int64_t output_rows_held(const DALTI_GIFDecoderInfo *rec) {
+    if (rec->frame_out_rows == 0) return rec->out_height;
+    return std::min<int64_t>(rec->out_height, std::max(rec->frame_out_rows, 0));
+}
+
 // The caller's output row `row` if it exists and can take `bytes` bytes; else null.
 inline uint8_t *output_row(const DALTI_GIFDecoderInfo *rec, uint8_t *out, int64_t row, int64_t bytes) {
-    if (out == nullptr || row < 0 || row >= rec->out_height || bytes > static_cast<int64_t>(rec->out_stride)) {
+    if (out == nullptr || row < 0 || row >= output_rows_held(rec) || bytes > static_cast<int64_t>(rec->out_stride)) {
         return nullptr;
     }
     return out + row * static_cast<int64_t>(rec->out_stride);

@@ -112,6 +112,8 @@ typedef struct DALTI_GIFDecoderInfo {
     struct DALTI_CachedFrame *cached_frames; /* the frame cache entries made through this record and
                                                 their sizes, by frame index, owned */
     int32_t cached_frame_slots;    /* entries in cached_frames */
+    int32_t frame_out_rows;        /* rows of frame_out the writers may touch: KOVRADALTI_DecodeAGIF's
+                                      out_rows, -1 for none; 0 (other roads): out_height */
 } DALTI_GIFDecoderInfo;
 
 /* The frame decoder's translation table. A code's string is kept twice: byte by byte (its last

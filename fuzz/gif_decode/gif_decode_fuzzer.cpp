@@ -5,10 +5,12 @@
 // The last two input bytes choose the road (they are also part of the GIF, which rarely
 // matters): byte[-1] bits 0-1 sample size 1..4, bits 2-3 output format (7, 8, 13, 13), bit 4
 // frame mode, bit 5 a caller stream instead of caller memory, bit 6 the frame cache; byte[-2],
-// when its top bit is set, makes every allocation after the first (byte & 0x7F) fail, and when
-// its top two bits are 01 asks for another output size through KOVRADALTI_SetGIF_SKIA (from half
-// to twice the size, see decode_frames). The colour queries run after the parse. Every output byte
-// is summed so that the sanitizers see each one read.
+// when its top bit is set, makes every allocation after the first (byte & 0x7F) fail, when its
+// top two bits are 01 asks for another output size through KOVRADALTI_SetGIF_SKIA (from half to
+// twice the size, see decode_frames), and when its top three bits are 001 hands frame mode a
+// buffer of half the output rows. The caller's buffer is never larger than the library may write.
+// The colour queries run after the parse. Every output byte is summed so that the sanitizers see
+// each one read.
 //
 // Cost is capped the way the kovra tool caps it, so that a screen of 65535 x 65535 costs no more
 // than a small one: the sample size is raised until the output has at most 16K pixels (big
@@ -89,46 +91,23 @@ void query_colors(KOVRADALT_DecInfo *dec) {
     }
 }
 
-// `resize` (0 for none) asks KOVRADALTI_SetGIF_SKIA for another output size: before the first
-// frame, or in frame mode with bit 5 set after it (where the canvas made at the first size must
-// refuse the next frame).
-void decode_frames(KOVRADALT_DecInfo *dec, bool frame_mode, bool use_cache, uint8_t resize) {
-    Size size{dec->gif_info->out_width, dec->gif_info->out_height};
-    const Size resized = resize != 0 ? scaled(size, resize) : size;
-    if (size.area() > kMaxOutputPixels || resized.area() > kMaxOutputPixels) return;
-    const bool resize_late = frame_mode && (resize & 0x20) != 0;
-    if (resize != 0 && !resize_late) {
-        if (KOVRADALTI_SetGIF_SKIA(dec, resized.width, resized.height) == 0) return;
-        size = resized;
-    }
-    const int64_t area = std::max(size.area(), resized.area());
-    const int max_frames = static_cast<int>(std::clamp<int64_t>(kFramePixelBudget / area, 1, kMaxFrames));
-    std::vector<uint8_t> out(static_cast<size_t>(area) * 4, 0);
-    if (!frame_mode && !use_cache) {
-        KOVRADALTI_DecodeGIF(dec, out.data(), size.width, size.height);
-        consume(out);
-        return;
-    }
-    uint8_t *cache[kMaxFrames] = {};
-    uint32_t delays[kMaxFrames] = {};
-    int frames = 0;
-    for (; frames < max_frames; ++frames) {
-        const int32_t result =
-            KOVRADALTI_DecodeAGIF_SKIA(dec, out.data(), size.width, size.height, frames, use_cache ? cache : nullptr, 0,
-                                       0, 0, kMaxFrames, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, delays);
-        consume(out);
-        delays[frames] = dec->gif_total_delay;
-        if (result != 1 || dec->gif_info == nullptr) break;
-        if (resize_late && frames == 0) {
-            if (KOVRADALTI_SetGIF_SKIA(dec, resized.width, resized.height) == 0) break;
-            size = resized;
-        }
-    }
-    if (use_cache && frames > 0 && dec->gif_info != nullptr) {
-        KOVRADALTI_DecodeAGIF_SKIA(dec, out.data(), size.width, size.height, 0, cache, 0, 0, 0, kMaxFrames, 0, 0, 0, 0,
-                                   0, 0, 0, 0, 0, 0, delays);
-        consume(out);
-    }
+// What the option bytes ask for.
+struct Road {
+    int32_t format;
+    bool frame_mode, use_stream, use_cache;
+    uint8_t resize;     // 0, or how KOVRADALTI_SetGIF_SKIA changes the output size (see scaled)
+    bool short_buffer;  // frame mode: the caller's buffer holds half the output rows
+};
+
+// The caller's buffer for `rows` rows of `size`, no larger than the library may write into (one
+// byte a pixel for palette indexes, four otherwise and whenever the frame cache copies frames),
+// so that a row or a pixel too many shows under ASan.
+std::vector<uint8_t> caller_buffer(const Road &road, Size size, int32_t rows) {
+    const size_t pixel_bytes = road.format == KOVRADALT_FORMAT_INDEX8 && !road.use_cache ? 1 : 4;
+    return std::vector<uint8_t>(static_cast<size_t>(size.width) * static_cast<size_t>(rows) * pixel_bytes, 0);
+}
+
+void release_cache(uint8_t *(&cache)[kMaxFrames]) {
     auto **owned = static_cast<uint8_t **>(KOVRADALT_OsMalloc(sizeof cache));
     if (owned != nullptr) {
         std::memcpy(owned, cache, sizeof cache);
@@ -136,6 +115,52 @@ void decode_frames(KOVRADALT_DecInfo *dec, bool frame_mode, bool use_cache, uint
     } else {
         for (uint8_t *entry : cache) KOVRADALT_OsFree(entry);
     }
+}
+
+// A resize comes before the first frame, or in frame mode with bit 5 set after it (where the
+// canvas made at the first size must refuse the next frame).
+void decode_frames(KOVRADALT_DecInfo *dec, const Road &road) {
+    Size size{dec->gif_info->out_width, dec->gif_info->out_height};
+    const Size resized = road.resize != 0 ? scaled(size, road.resize) : size;
+    if (size.area() > kMaxOutputPixels || resized.area() > kMaxOutputPixels) return;
+    const bool resize_late = road.frame_mode && (road.resize & 0x20) != 0;
+    if (road.resize != 0 && !resize_late) {
+        if (KOVRADALTI_SetGIF_SKIA(dec, resized.width, resized.height) == 0) return;
+        size = resized;
+    }
+    if (!road.frame_mode && !road.use_cache) {
+        std::vector<uint8_t> out = caller_buffer(road, size, size.height);
+        KOVRADALTI_DecodeGIF(dec, out.data(), size.width, size.height);
+        consume(out);
+        return;
+    }
+    const int64_t area = std::max(size.area(), resized.area());
+    const int max_frames = static_cast<int>(std::clamp<int64_t>(kFramePixelBudget / area, 1, kMaxFrames));
+    int32_t rows = road.short_buffer ? std::max(1, size.height / 2) : size.height;
+    std::vector<uint8_t> out = caller_buffer(road, size, rows);
+    uint8_t *cache[kMaxFrames] = {};
+    uint32_t delays[kMaxFrames] = {};
+    int frames = 0;
+    for (; frames < max_frames; ++frames) {
+        const int32_t result =
+            KOVRADALTI_DecodeAGIF_SKIA(dec, out.data(), size.width, rows, frames, road.use_cache ? cache : nullptr, 0, 0,
+                                       0, kMaxFrames, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, delays);
+        consume(out);
+        delays[frames] = dec->gif_total_delay;
+        if (result != 1 || dec->gif_info == nullptr) break;
+        if (resize_late && frames == 0) {
+            if (KOVRADALTI_SetGIF_SKIA(dec, resized.width, resized.height) == 0) break;
+            size = resized;
+            rows = road.short_buffer ? std::max(1, size.height / 2) : size.height;
+            out = caller_buffer(road, size, rows);
+        }
+    }
+    if (road.use_cache && frames > 0 && dec->gif_info != nullptr) {
+        KOVRADALTI_DecodeAGIF_SKIA(dec, out.data(), size.width, rows, 0, cache, 0, 0, 0, kMaxFrames, 0, 0, 0, 0, 0, 0,
+                                   0, 0, 0, 0, delays);
+        consume(out);
+    }
+    release_cache(cache);
 }
 
 }  // namespace
@@ -147,23 +172,25 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const int32_t sample = capped_sample(data, size, 1 + (options & 3));
     const int32_t format_codes[4] = {KOVRADALT_FORMAT_RGBA32, KOVRADALT_FORMAT_BGRA32, KOVRADALT_FORMAT_INDEX8,
                                      KOVRADALT_FORMAT_INDEX8};
-    const int32_t format = format_codes[(options >> 2) & 3];
-    const bool frame_mode = (options & 0x10) != 0;
-    const bool use_stream = (options & 0x20) != 0;
-    const bool use_cache = (options & 0x40) != 0;
+    const Road road{format_codes[(options >> 2) & 3],
+                    (options & 0x10) != 0,
+                    (options & 0x20) != 0,
+                    (options & 0x40) != 0,
+                    static_cast<uint8_t>((failure & 0xC0) == 0x40 ? failure : 0),
+                    (failure & 0xE0) == 0x20};
 
     std::vector<uint8_t> copy(data, data + size);
     Stream stream{copy.data(), copy.size(), 0};
     KOVRADALT_DecInfo *dec =
-        use_stream ? KOVRADALT_CreateDecInfoWithStream(&stream, static_cast<int32_t>(size), Stream::read, Stream::skip,
-                                                       Stream::rewind, format, 0)
-                   : KOVRADALT_CreateDecInfo(IO_KIND_MEMORY, copy.data(), static_cast<int32_t>(size), format, 0);
+        road.use_stream ? KOVRADALT_CreateDecInfoWithStream(&stream, static_cast<int32_t>(size), Stream::read, Stream::skip,
+                                                       Stream::rewind, road.format, 0)
+                        : KOVRADALT_CreateDecInfo(IO_KIND_MEMORY, copy.data(), static_cast<int32_t>(size), road.format, 0);
     if (dec == nullptr) return 0;
     if ((failure & 0x80) != 0) kovra::os::fail_allocations_after(failure & 0x7F);
     int marker = 0;
-    if (KOVRADALTI_ParseGIFHeader_SKIA(dec->io, dec, sample, frame_mode ? &marker : nullptr) == 1) {
+    if (KOVRADALTI_ParseGIFHeader_SKIA(dec->io, dec, sample, road.frame_mode ? &marker : nullptr) == 1) {
         query_colors(dec);
-        decode_frames(dec, frame_mode, use_cache, (failure & 0xC0) == 0x40 ? failure : 0);
+        decode_frames(dec, road);
     }
     kovra::os::stop_failing_allocations();
     if (dec->gif_info != nullptr) KOVRADALTI_DeleteGIFInfo(dec);

@@ -169,6 +169,30 @@ TEST(GifAnimation, OutputSizeSetBeforeTheFirstFrame) {
     EXPECT_EQ(out, filled(1, 15));
 }
 
+TEST(GifAnimation, RowsBeyondTheCallersRowsAreComposedButNotWritten) {
+    // A call for one output row: the row above the frame past it and the frame's own rows stay
+    // untouched in the caller's buffer, while the canvas still takes the frame for the next call.
+    const Bytes gif = GifBuilder(2, 4, kPalette)
+                          .image(frame_of(1, 0, 0, 2, 4))
+                          .image(frame_of(2, 0, 2, 2, 2))
+                          .image(frame_of(3, 0, 0, 1, 1))
+                          .trailer()
+                          .bytes();
+    GifSession session(gif, KOVRADALT_FORMAT_RGBA32, 1, true);
+    ASSERT_TRUE(session.parsed());
+    Bytes out(2 * 4 * 4, 0xEE);
+    ASSERT_EQ(KOVRADALTI_DecodeAGIF(session.dec(), out.data(), 0, 4), 1);
+    std::fill(out.begin(), out.end(), 0xEE);
+    ASSERT_EQ(KOVRADALTI_DecodeAGIF(session.dec(), out.data(), 0, 1), 1);
+    Bytes expected = filled(1, 2);
+    expected.resize(out.size(), 0xEE);
+    EXPECT_EQ(out, expected);
+    EXPECT_EQ(KOVRADALTI_DecodeAGIF(session.dec(), out.data(), 0, 4), 3);
+    expected = pixel(3);
+    for (const Bytes &rest : {filled(1, 3), filled(2, 4)}) expected.insert(expected.end(), rest.begin(), rest.end());
+    EXPECT_EQ(out, expected);
+}
+
 TEST(GifAnimation, FramesOutsideTheScreen) {
     // A frame entirely below or right of the screen leaves the previous picture.
     const Bytes gif = GifBuilder(2, 2, kPalette)
