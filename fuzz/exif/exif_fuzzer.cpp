@@ -10,7 +10,8 @@
 //      header names, the entry decoder at the first entry there, and the frame-header search
 //      for a thumbnail's size over the whole input.
 // The last input byte picks the source kind of roads 1 and 3 (bit 0) and, when bit 1 is set,
-// makes the allocations of road 1 fail after the number in bits 2..7. Every string and block of
+// makes the allocations of road 1 fail after the number in bits 2..7; with bit 1 clear, bit 2
+// sends road 1 through DALTJ_GetTiffInfo instead. Every string and block of
 // every record is read to its end and then freed, so a missing terminator or a leak shows.
 
 #include <algorithm>
@@ -76,7 +77,9 @@ void jpeg_road(const uint8_t *data, size_t size, uint8_t options) {
         DALTJ_ExifInfo info;
         std::memset(&info, 0, sizeof info);
         if (options & 2) kovra::os::fail_allocations_after(options >> 2);
-        g_sink = g_sink + static_cast<uint32_t>(DALTJ_GetExifInfo(&window, &info));
+        const bool second_name = (options & 6) == 4;  // the same procedure under DALTJ_GetTiffInfo
+        g_sink = g_sink + static_cast<uint32_t>(second_name ? DALTJ_GetTiffInfo(&window, &info)
+                                                            : DALTJ_GetExifInfo(&window, &info));
         kovra::os::stop_failing_allocations();
         consume_and_release(&info);
     });
@@ -113,8 +116,9 @@ void reader_road(const uint8_t *data, size_t size) {
     const auto length = static_cast<uint32_t>(data + size - tiff);
     if (length < 8) return;
     const bool little = tiff[0] == 'I';
-    const uint32_t offset = little ? tiff[4] | (tiff[5] << 8) | (tiff[6] << 16) | (static_cast<uint32_t>(tiff[7]) << 24)
-                                   : (static_cast<uint32_t>(tiff[4]) << 24) | (tiff[5] << 16) | (tiff[6] << 8) | tiff[7];
+    const uint32_t offset = little
+                                ? tiff[4] | (tiff[5] << 8) | (tiff[6] << 16) | (static_cast<uint32_t>(tiff[7]) << 24)
+                                : (static_cast<uint32_t>(tiff[4]) << 24) | (tiff[5] << 16) | (tiff[6] << 8) | tiff[7];
     DALTJ_ExifInfo info{};
     g_sink = g_sink + DALTJ_Read0thIFDInfo(tiff, offset, length, little, &info);
     consume_and_release(&info);
@@ -129,7 +133,8 @@ void reader_road(const uint8_t *data, size_t size) {
     DALTJ_ExifField field;
     g_sink = g_sink + static_cast<uint32_t>(DALTJ_ReadExifField(tiff, offset + 2, length, little, &field));
     uint32_t width = 0, height = 0;
-    g_sink = g_sink + static_cast<uint32_t>(DALTJ_GetJPEGResolution(data, static_cast<uint32_t>(size), &width, &height));
+    g_sink =
+        g_sink + static_cast<uint32_t>(DALTJ_GetJPEGResolution(data, static_cast<uint32_t>(size), &width, &height));
 }
 
 }  // namespace

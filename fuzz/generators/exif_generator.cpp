@@ -19,20 +19,21 @@ struct TagSpec {
 
 enum class IfdKind { kZeroth, kExif, kGps, kInterop, kThumbnail };
 
-const TagSpec kZerothTags[] = {{256, kShort, 1},    {257, kLong, 1},     {258, kShort, 3},  {259, kShort, 1},
-                               {262, kShort, 1},    {271, kAscii, 0},    {272, kAscii, 0},  {273, kLong, 0},
-                               {274, kShort, 1},    {279, kLong, 0},     {282, kRational, 1}, {283, kRational, 1},
-                               {284, kShort, 1},    {296, kShort, 1},    {305, kAscii, 0},  {306, kAscii, 20},
-                               {513, kLong, 1},     {514, kLong, 1},     {531, kShort, 1},  {33432, kAscii, 0}};
-const TagSpec kExifTags[] = {{33434, kRational, 1}, {33437, kRational, 1}, {34855, kShort, 0},  {36864, kUndefined, 4},
-                             {36867, kAscii, 20},   {36868, kAscii, 20},   {37377, kSRational, 1}, {37378, kRational, 1},
-                             {37379, kSRational, 1}, {37380, kSRational, 1}, {37381, kRational, 1}, {37383, kShort, 1},
-                             {37385, kShort, 1},    {37386, kRational, 1}, {37500, kUndefined, 0}, {40961, kShort, 1},
-                             {40962, kLong, 1},     {40963, kShort, 1},    {41986, kShort, 1},  {41987, kShort, 1},
-                             {41988, kRational, 1}};
-const TagSpec kGpsTags[] = {{0, kByte, 4},     {1, kAscii, 2},  {2, kRational, 3}, {3, kAscii, 2},
-                            {4, kRational, 3}, {5, kByte, 1},   {6, kRational, 1}, {7, kRational, 3},
-                            {18, kAscii, 0},   {27, kUndefined, 0}, {29, kAscii, 11}, {30, kShort, 1}};
+const TagSpec kZerothTags[] = {{256, kShort, 1}, {257, kLong, 1},  {258, kShort, 3},    {259, kShort, 1},
+                               {262, kShort, 1}, {271, kAscii, 0}, {272, kAscii, 0},    {273, kLong, 0},
+                               {274, kShort, 1}, {279, kLong, 0},  {282, kRational, 1}, {283, kRational, 1},
+                               {284, kShort, 1}, {296, kShort, 1}, {305, kAscii, 0},    {306, kAscii, 20},
+                               {513, kLong, 1},  {514, kLong, 1},  {531, kShort, 1},    {33432, kAscii, 0}};
+const TagSpec kExifTags[] = {{33434, kRational, 1},  {33437, kRational, 1}, {34855, kShort, 0},
+                             {36864, kUndefined, 4}, {36867, kAscii, 20},   {36868, kAscii, 20},
+                             {37377, kSRational, 1}, {37378, kRational, 1}, {37379, kSRational, 1},
+                             {37380, kSRational, 1}, {37381, kRational, 1}, {37383, kShort, 1},
+                             {37385, kShort, 1},     {37386, kRational, 1}, {37500, kUndefined, 0},
+                             {40961, kShort, 1},     {40962, kLong, 1},     {40963, kShort, 1},
+                             {41986, kShort, 1},     {41987, kShort, 1},    {41988, kRational, 1}};
+const TagSpec kGpsTags[] = {{0, kByte, 4},     {1, kAscii, 2},      {2, kRational, 3}, {3, kAscii, 2},
+                            {4, kRational, 3}, {5, kByte, 1},       {6, kRational, 1}, {7, kRational, 3},
+                            {18, kAscii, 0},   {27, kUndefined, 0}, {29, kAscii, 11},  {30, kShort, 1}};
 const TagSpec kInteropTags[] = {{1, kAscii, 4}, {2, kUndefined, 4}};
 const TagSpec kThumbnailTags[] = {{256, kLong, 1}, {257, kShort, 1}, {259, kShort, 1}, {262, kShort, 1},
                                   {273, kLong, 0}, {279, kLong, 0},  {284, kShort, 1}, {4173, kShort, 1}};
@@ -191,12 +192,16 @@ private:
         const uint32_t number = static_cast<uint32_t>(model_.ifds.size());
         model_.ifds.emplace_back();
         TiffIfd ifd;
-        for (uint32_t n = rng_.spread(16); n > 0; --n) ifd.entries.push_back(make_entry(rng_, spec_for(rng_, kind), model_.little));
-        if ((kind == IfdKind::kThumbnail || kind == IfdKind::kZeroth) && rng_.one_in(2)) add_thumbnail(rng_, &ifd.entries, model_.little);
+        for (uint32_t n = rng_.spread(16); n > 0; --n)
+            ifd.entries.push_back(make_entry(rng_, spec_for(rng_, kind), model_.little));
+        if ((kind == IfdKind::kThumbnail || kind == IfdKind::kZeroth) && rng_.one_in(2))
+            add_thumbnail(rng_, &ifd.entries, model_.little);
         if (depth < 4) add_sub_ifds(kind, depth, &ifd.entries);
-        if (rng_.one_in(5)) rng_.shuffle(&ifd.entries);
-        else sort_by_tag(&ifd.entries);
-        if (rng_.one_in(10) && !ifd.entries.empty()) ifd.entries.push_back(ifd.entries[rng_.below(static_cast<uint32_t>(ifd.entries.size()))]);
+        if (rng_.one_in(5))
+            rng_.shuffle(&ifd.entries);
+        else
+            sort_by_tag(&ifd.entries);
+        repeat_entries(&ifd.entries);
         if (rng_.one_in(20)) ifd.claimed_count = rng_.one_in(2) ? 0xFFFF : static_cast<int32_t>(ifd.entries.size() + 1);
         if (rng_.one_in(8)) ifd.padding = rng_.spread(64);
         if (far_ && rng_.one_in(2)) {
@@ -211,9 +216,26 @@ private:
         return number;
     }
 
+    // Repeated tags: now and then any entry once more, or the IFD pointers several times over,
+    // to their own IFD or to any other (a reader may be sent through an IFD again and again).
+    void repeat_entries(std::vector<TiffEntry> *entries) {
+        if (entries->empty()) return;
+        if (rng_.one_in(10)) entries->push_back((*entries)[rng_.below(static_cast<uint32_t>(entries->size()))]);
+        if (!rng_.one_in(6)) return;
+        for (size_t i = 0, n = entries->size(); i < n; ++i) {
+            if ((*entries)[i].ref != TiffRef::kIfd) continue;
+            for (uint32_t k = rng_.range(1, 4); k > 0; --k) {
+                TiffEntry copy = (*entries)[i];
+                if (rng_.one_in(2)) copy.number = rng_.below(static_cast<uint32_t>(model_.ifds.size()));
+                entries->push_back(copy);
+            }
+        }
+    }
+
     void add_sub_ifds(IfdKind kind, uint32_t depth, std::vector<TiffEntry> *entries) {
         if (kind == IfdKind::kZeroth) {
-            if (rng_.one_in(3) || depth == 0) entries->push_back(pointer_entry(34665, add_ifd(IfdKind::kExif, depth + 1)));
+            if (rng_.one_in(3) || depth == 0)
+                entries->push_back(pointer_entry(34665, add_ifd(IfdKind::kExif, depth + 1)));
             if (rng_.one_in(3)) entries->push_back(pointer_entry(34853, add_ifd(IfdKind::kGps, depth + 1)));
             if (rng_.one_in(4)) add_sub_ifd_list(depth, entries);
         } else if (kind == IfdKind::kExif && rng_.one_in(3)) {
@@ -339,7 +361,8 @@ Bytes jpeg_with_exif(Rng &rng, const Bytes &tiff, bool far) {
 }  // namespace
 
 uint32_t edge_count(Rng &rng) {
-    const uint32_t counts[] = {0, 1, 2, 3, 4, 5, 19, 20, 21, 0x1FFFFFFF, 0x20000000, 0x40000001, 0x7FFFFFFF, 0xFFFFFFFF};
+    const uint32_t counts[] = {0,  1,  2,          3,          4,          5,          19,
+                               20, 21, 0x1FFFFFFF, 0x20000000, 0x40000001, 0x7FFFFFFF, 0xFFFFFFFF};
     return rng.pick(counts);
 }
 

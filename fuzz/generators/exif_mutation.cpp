@@ -76,7 +76,9 @@ Places walk(const TiffBytes &tiff) {
     return places;
 }
 
-size_t any_of(Rng &rng, const std::vector<size_t> &items) { return items[rng.below(static_cast<uint32_t>(items.size()))]; }
+size_t any_of(Rng &rng, const std::vector<size_t> &items) {
+    return items[rng.below(static_cast<uint32_t>(items.size()))];
+}
 
 // An offset worth trying: another IFD, a few bytes before or past the end, or anything.
 uint32_t pick_offset(Rng &rng, const TiffBytes &tiff, const Places &places) {
@@ -86,7 +88,8 @@ uint32_t pick_offset(Rng &rng, const TiffBytes &tiff, const Places &places) {
         case 1: return length - rng.below(9);
         case 2: return length + rng.below(4);
         default: {
-            const uint32_t offsets[] = {0, 1, 8, 0x7FFFFFFF, 0x80000000, 0xFFFFFFF8, 0xFFFFFFFF, rng.spread(0xFFFFFFFF)};
+            const uint32_t offsets[] = {0,          1,          8,          0x7FFFFFFF,
+                                        0x80000000, 0xFFFFFFF8, 0xFFFFFFFF, rng.spread(0xFFFFFFFF)};
             return rng.pick(offsets);
         }
     }

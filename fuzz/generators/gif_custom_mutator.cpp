@@ -16,6 +16,7 @@ extern "C" size_t LLVMFuzzerCustomMutator(uint8_t *data, size_t size, size_t max
     const uint32_t roll = rng.below(5);
     if (roll == 0) return hand_back(generate_gif(rng, max_size), data, size, max_size);
     const bool is_gif = size >= 6 && std::memcmp(data, "GIF", 3) == 0;
-    if (roll <= 2 && is_gif) return hand_back(mutate_gif(Bytes(data, data + size), rng, max_size), data, size, max_size);
+    if (roll <= 2 && is_gif)
+        return hand_back(mutate_gif(Bytes(data, data + size), rng, max_size), data, size, max_size);
     return LLVMFuzzerMutate(data, size, max_size);
 }

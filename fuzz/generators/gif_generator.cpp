@@ -43,7 +43,8 @@ struct Rect {
 Rect pick_rect(Rng &rng, const GifShape &shape) {
     const uint32_t w = std::max<uint32_t>(shape.width, 1), h = std::max<uint32_t>(shape.height, 1);
     Rect r{};
-    if (shape.deep && !rng.one_in(4)) return {rng.below(w / 2), rng.below(h / 2), rng.range(48, 256), rng.range(48, 256)};
+    if (shape.deep && !rng.one_in(4))
+        return {rng.below(w / 2), rng.below(h / 2), rng.range(48, 256), rng.range(48, 256)};
     switch (rng.below(11)) {
         case 0: r = {0, 0, w, h}; break;
         case 1: r = {rng.below(w + 8), rng.below(h + 8), rng.range(1, 48), rng.range(1, 48)}; break;
@@ -53,7 +54,9 @@ Rect pick_rect(Rng &rng, const GifShape &shape) {
             break;
         }
         case 3: r = {rng.below(w), rng.below(h), rng.range(1, 4), rng.range(1, 9)}; break;
-        case 4: r = {0, rng.below(h), w + 4097 - rng.below(64), rng.range(1, 4)}; break;  // rows at the line buffer's end
+        case 4:
+            r = {0, rng.below(h), w + 4097 - rng.below(64), rng.range(1, 4)};
+            break;  // rows at the line buffer's end
         default:
             r.left = rng.below(w);
             r.top = rng.below(h);
@@ -68,7 +71,8 @@ Bytes graphic_control(Rng &rng) {
     Bytes out{kExtension, 0xF9};
     const uint8_t size = rng.one_in(16) ? rng.byte() % 8 : 4;
     out.push_back(size);
-    const uint8_t packed = static_cast<uint8_t>((rng.below(8) << 2) | (rng.one_in(2) ? 1 : 0) | (rng.one_in(8) ? 2 : 0));
+    const uint8_t packed =
+        static_cast<uint8_t>((rng.below(8) << 2) | (rng.one_in(2) ? 1 : 0) | (rng.one_in(8) ? 2 : 0));
     const uint32_t delays[] = {0, 1, 2, 3, 10, 100, 655, 65535, rng.below(65536)};
     Bytes body{packed};
     put16(&body, rng.pick(delays));
@@ -160,7 +164,8 @@ Bytes generate_image(Rng &rng, const GifShape &shape, size_t budget) {
     const bool local = rng.one_in(4);
     const uint32_t bits = rng.below(8);
     const bool interlaced = rng.one_in(4);
-    out.push_back(static_cast<uint8_t>((local ? 0x80 : 0) | (interlaced ? 0x40 : 0) | (rng.one_in(8) ? 0x38 : 0) | bits));
+    out.push_back(
+        static_cast<uint8_t>((local ? 0x80 : 0) | (interlaced ? 0x40 : 0) | (rng.one_in(8) ? 0x38 : 0) | bits));
     if (local) put_color_table(rng, &out, bits);
     const uint32_t min_code_size = pick_min_code_size(rng, local ? 2u << bits : shape.global_colors);
     out.push_back(static_cast<uint8_t>(min_code_size));

@@ -34,7 +34,8 @@ void write16(Bytes *gif, size_t at, uint32_t value) {
 
 GifBlock next_block(const Bytes &gif, size_t at) {
     const uint8_t introducer = gif[at];
-    if (introducer == 0x21) return {at, skip_sub_blocks(gif, std::min(at + 2, gif.size())), GifBlockKind::kExtension, 0};
+    if (introducer == 0x21)
+        return {at, skip_sub_blocks(gif, std::min(at + 2, gif.size())), GifBlockKind::kExtension, 0};
     if (introducer == 0x3B) return {at, at + 1, GifBlockKind::kTrailer, 0};
     if (introducer != 0x2C) return {at, at + 1, GifBlockKind::kStray, 0};
     size_t code_size_at = at + 10;
@@ -75,7 +76,8 @@ Bytes new_image_data(const Bytes &gif, const GifBlock &block, Rng &rng, size_t b
 
 // An edge value in one field of an image descriptor or a graphic control block.
 void poke_field(Bytes *gif, const GifBlock &block, Rng &rng) {
-    const uint32_t values[] = {0, 1, 2, 4, 5, 8, 255, 256, 4999, 5000, 5001, 9999, 10000, 10001, 65535, rng.below(65536)};
+    const uint32_t values[] = {0,    1,    2,    4,    5,     8,     255,   256,
+                               4999, 5000, 5001, 9999, 10000, 10001, 65535, rng.below(65536)};
     if (block.kind == GifBlockKind::kImage) {
         switch (rng.below(4)) {
             case 0: write16(gif, block.begin + 1 + 2 * rng.below(4), rng.pick(values)); return;
@@ -126,7 +128,7 @@ Bytes mutate_gif(const Bytes &gif, Rng &rng, size_t max_size) {
     const size_t budget = max_size > gif.size() ? std::max<size_t>((max_size - gif.size()) / 2, 64) : 64;
     const size_t n = blocks.size();
     const size_t some = n > 1 ? 1 + rng.below(static_cast<uint32_t>(n - 1)) : 0;  // any block after the header
-    const size_t gap = 1 + rng.below(static_cast<uint32_t>(n));                     // a place between blocks
+    const size_t gap = 1 + rng.below(static_cast<uint32_t>(n));                   // a place between blocks
     switch (rng.below(9)) {
         case 0:
             if (some != 0) blocks[some] = pooled(&pool, generate_block(rng, shape, budget), GifBlockKind::kStray);
@@ -144,7 +146,8 @@ Bytes mutate_gif(const Bytes &gif, Rng &rng, size_t max_size) {
         case 4:
         case 5: {
             const size_t image = pick_of_kind(blocks, rng, true);
-            if (image != 0) blocks[image] = pooled(&pool, new_image_data(pool, blocks[image], rng, budget), GifBlockKind::kImage);
+            if (image != 0)
+                blocks[image] = pooled(&pool, new_image_data(pool, blocks[image], rng, budget), GifBlockKind::kImage);
             break;
         }
         case 6: {
@@ -157,9 +160,7 @@ Bytes mutate_gif(const Bytes &gif, Rng &rng, size_t max_size) {
             if (target != 0) poke_field(&pool, blocks[target], rng);
             break;
         }
-        default:
-            blocks.resize(some != 0 ? some : n);
-            break;
+        default: blocks.resize(some != 0 ? some : n); break;
     }
     Bytes out = join(pool, blocks);
     if (out.size() > max_size) out.resize(max_size);

@@ -41,7 +41,8 @@ public:
     }
     template <typename T>
     void shuffle(std::vector<T> *items) {
-        for (size_t i = items->size(); i > 1; --i) std::swap((*items)[i - 1], (*items)[below(static_cast<uint32_t>(i))]);
+        for (size_t i = items->size(); i > 1; --i)
+            std::swap((*items)[i - 1], (*items)[below(static_cast<uint32_t>(i))]);
     }
     void fill(Bytes *out, size_t count) {
         for (size_t i = 0; i < count; ++i) out->push_back(byte());

@@ -88,7 +88,8 @@ Bytes write_tiff(const TiffModel &model) {
             Bytes blob = entry.data;
             if (!entry.ifd_list.empty()) {
                 blob.clear();
-                for (uint32_t target : entry.ifd_list) put_u32(&blob, resolve(layout, TiffRef::kIfd, target, 0), little);
+                for (uint32_t target : entry.ifd_list)
+                    put_u32(&blob, resolve(layout, TiffRef::kIfd, target, 0), little);
             }
             put_at(&out, blob_at, blob);
         }

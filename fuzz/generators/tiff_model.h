@@ -24,8 +24,8 @@ struct TiffEntry {
     uint16_t tag = 0, type = 0;
     uint32_t count = 0;
     TiffRef ref = TiffRef::kInline;
-    Bytes data;                       // already in the file's byte order
-    std::vector<uint32_t> ifd_list;   // kBlob: when not empty, the block is these IFDs' offsets
+    Bytes data;                      // already in the file's byte order
+    std::vector<uint32_t> ifd_list;  // kBlob: when not empty, the block is these IFDs' offsets
     uint32_t number = 0;
 };
 
@@ -33,8 +33,8 @@ struct TiffIfd {
     std::vector<TiffEntry> entries;
     TiffRef next = TiffRef::kRaw;  // kRaw with number 0: no next IFD
     uint32_t next_number = 0;
-    uint32_t padding = 0;          // filler bytes before the IFD
-    int32_t claimed_count = -1;    // the entry count field when it is made to lie
+    uint32_t padding = 0;        // filler bytes before the IFD
+    int32_t claimed_count = -1;  // the entry count field when it is made to lie
 };
 
 struct TiffModel {

@@ -143,8 +143,8 @@ void decode_frames(KOVRADALT_DecInfo *dec, const Road &road) {
     int frames = 0;
     for (; frames < max_frames; ++frames) {
         const int32_t result =
-            KOVRADALTI_DecodeAGIF_SKIA(dec, out.data(), size.width, rows, frames, road.use_cache ? cache : nullptr, 0, 0,
-                                       0, kMaxFrames, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, delays);
+            KOVRADALTI_DecodeAGIF_SKIA(dec, out.data(), size.width, rows, frames, road.use_cache ? cache : nullptr, 0,
+                                       0, 0, kMaxFrames, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, delays);
         consume(out);
         delays[frames] = dec->gif_total_delay;
         if (result != 1 || dec->gif_info == nullptr) break;
@@ -182,9 +182,10 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     std::vector<uint8_t> copy(data, data + size);
     Stream stream{copy.data(), copy.size(), 0};
     KOVRADALT_DecInfo *dec =
-        road.use_stream ? KOVRADALT_CreateDecInfoWithStream(&stream, static_cast<int32_t>(size), Stream::read, Stream::skip,
-                                                       Stream::rewind, road.format, 0)
-                        : KOVRADALT_CreateDecInfo(IO_KIND_MEMORY, copy.data(), static_cast<int32_t>(size), road.format, 0);
+        road.use_stream
+            ? KOVRADALT_CreateDecInfoWithStream(&stream, static_cast<int32_t>(size), Stream::read, Stream::skip,
+                                                Stream::rewind, road.format, 0)
+            : KOVRADALT_CreateDecInfo(IO_KIND_MEMORY, copy.data(), static_cast<int32_t>(size), road.format, 0);
     if (dec == nullptr) return 0;
     if ((failure & 0x80) != 0) kovra::os::fail_allocations_after(failure & 0x7F);
     int marker = 0;
