@@ -22,13 +22,12 @@ namespace {
 
 struct RegionCrop {
     int32_t luma, chroma;  // first luma and chroma sample read
-    int32_t stride, chroma_stride;
 };
 
 RegionCrop region_crop(const KOVRADALT_DecInfo *region, bool half_chroma) {
     const int32_t masked = masked_region_left(region->region_scale, region->region_left);
     const int32_t luma = masked + odd_column(region->region_left);
-    return {luma, half_chroma ? masked / 2 : luma, region->region_width, half_chroma ? (region->region_width + 1) >> 1 : 0};
+    return {luma, half_chroma ? masked / 2 : luma};
 }
 
 void write_chroma(DALTJ_DecoderInfo *ctx, const uint8_t *cb, const uint8_t *cr, int32_t count) {
@@ -51,8 +50,8 @@ KOVRA_API void DALTJ_YcbcrWriteOutput1to1_YUV444(DALTJ_DecoderInfo *ctx, const u
         const RegionCrop crop = region_crop(ctx->checkContext, false);
         copy_samples(ctx->outY, yRow + crop.luma, width);
         write_chroma(ctx, cbRow + crop.chroma, crRow + crop.chroma, width);
-        ctx->outY += crop.stride;
-        advance_chroma(ctx, crop.stride);
+        ctx->outY += ctx->checkContext->region_width;
+        advance_chroma(ctx, ctx->checkContext->region_width);
     }
     count_row(ctx);
     ctx->outY += ctx->outputPitch;
@@ -64,6 +63,7 @@ KOVRA_API int32_t DALTJ_YcbcrWriteOutput1to1_YUV420(DALTJ_DecoderInfo *ctx, cons
     if (ctx->outputFormat == kPlanar) {
         const KOVRADALT_DecInfo *region = ctx->checkContext;
         const RegionCrop crop = region_crop(region, true);
+        const int32_t stride = region->region_width, chroma_stride = (stride + 1) >> 1;
         const uint8_t *a = yRowA + crop.luma, *b = yRowB + crop.luma;
         const uint8_t *cb = cbRow + crop.chroma, *cr = crRow + crop.chroma;
         const int32_t chroma_count = (width >> 1) + (width & 1);
@@ -73,13 +73,13 @@ KOVRA_API int32_t DALTJ_YcbcrWriteOutput1to1_YUV420(DALTJ_DecoderInfo *ctx, cons
             copy_samples(ctx->outY + b_at, b, width);
             copy_samples(ctx->outY, a, width);
             write_chroma(ctx, cb, cr, chroma_count);
-            advance_chroma(ctx, crop.chroma_stride);
+            advance_chroma(ctx, chroma_stride);
         };
         if ((region->region_top & 1) != 0 && ctx->outputRowsWritten == 0) {
             copy_samples(ctx->outY, b, width);
             write_chroma(ctx, cb, cr, chroma_count);
-            advance_chroma(ctx, crop.chroma_stride);
-            ctx->outY += crop.stride;
+            advance_chroma(ctx, chroma_stride);
+            ctx->outY += stride;
         } else {
             if ((region->region_top & 1) != 0 && last_row) {
                 copy_samples(ctx->outY, a, width);
@@ -89,7 +89,7 @@ KOVRA_API int32_t DALTJ_YcbcrWriteOutput1to1_YUV420(DALTJ_DecoderInfo *ctx, cons
             } else {
                 write_pair();
             }
-            ctx->outY += 2 * crop.stride;
+            ctx->outY += 2 * stride;
         }
     }
     ctx->outY += 2 * ctx->outputPitch;

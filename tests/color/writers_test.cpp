@@ -147,11 +147,13 @@ struct Yuv420 : Scene {
 };
 
 TEST(PlanarYuv, Yuv420OddRegionTopStartsOnRowBAndAnOddHeightEndsOnRowA) {
-    Yuv420 even(0, 3, 3, 2);
+    Yuv420 even(0, 5, 5, 3);
     EXPECT_EQ(even.call(0), 2);
-    EXPECT_EQ(even.call(2), 4);  // the last row: row A alone, over where row B would go
-    EXPECT_EQ(even.planes[0], cat(cat(even.row_a(), even.row_b()), even.row_a()));
-    EXPECT_EQ(even.planes[1], cat(run(101, 3), run(101, 3)));
+    EXPECT_EQ(even.call(2), 4);
+    EXPECT_EQ(even.call(4), 6);  // the last row: row A alone, over where row B would go
+    const Bytes pair = cat(even.row_a(), even.row_b());
+    EXPECT_EQ(even.planes[0], cat(cat(pair, pair), even.row_a()));
+    EXPECT_EQ(even.planes[1], cat(cat(run(101, 3), run(101, 3)), run(101, 3)));
 
     Yuv420 odd(1, 4, 4, 2);
     odd.call(0);  // row B alone, one row down
@@ -203,12 +205,15 @@ TEST(UpscaleRowCounter, CountsTheOutputRowsThatSampleEachSourceRow) {
     Scene scene;
     scene.ctx.outputHeight = 2;  // 2 source rows onto 5 output rows: 2, 3, 2, 3, ...
     scene.ctx.imageHeightRows = 5;
-    const uint32_t expected[] = {2, 3, 2};
-    for (uint32_t rows : expected) {
+    auto rows_counted = [&scene] {
         const uint32_t before = scene.ctx.outputRowsWritten;
         EXPECT_EQ(DALTJ_DoFastYcbcrToUpscaleRgb(&scene.ctx, nullptr, 1), 0);
-        EXPECT_EQ(scene.ctx.outputRowsWritten - before, rows);
-    }
+        return scene.ctx.outputRowsWritten - before;
+    };
+    for (uint32_t rows : {2u, 3u, 2u}) EXPECT_EQ(rows_counted(), rows);
+    scene.ctx.imageHeightRows = 1;  // 2 source rows onto 1: 0, 1, 0
+    for (uint32_t rows : {1u, 0u, 1u}) EXPECT_EQ(rows_counted(), rows);
+    scene.ctx.imageHeightRows = 5;
     scene.ctx.inputRow = 0;
     scene.ctx.outputRowsWritten = 0;
     DALTJ_DoFastYcbcrToUpscaleRgb(&scene.ctx, nullptr, 3);  // the entry row's count, three times
@@ -219,10 +224,10 @@ TEST(UpscaleRowCounter, CountsTheOutputRowsThatSampleEachSourceRow) {
 TEST(Grey, OneToOneRegionOffsetsAndTheRegionWidthAsStride) {
     Scene scene;
     Image row = ramp(0);
-    scene.region.region_left = 5;  // masks: scale code 1 -> 4, scale code 4 -> 0
+    scene.region.region_left = 5;  // masks: scale code 1 -> 4, scale code 16 -> 0
     scene.region.region_width = 10;
     scene.ctx.scaleCode = 1;
-    scene.region.region_scale = 4;
+    scene.region.region_scale = 16;  // beyond the table: no mask
     scene.output(4, 30);
     DALTJ_GrayWriteOutput1to1(&scene.ctx, row.samples.data(), 2);  // no region: only the odd column
     scene.region.region_enabled = 1;
@@ -249,7 +254,9 @@ TEST(Grey, DriverWritesOneToOneFromTheColumnOffsetAndWaitsForItsRegion) {
     EXPECT_EQ(scene.ctx.inputRow, 0);
     scene.region.region_ready = 1;
     scene.rows.sampleRowIndex = 0;
+    scene.ctx.rowGroupPending = 1;
     DALTJ_DoGrayConvert(&scene.ctx, nullptr, 2);
+    EXPECT_EQ(scene.ctx.rowGroupPending, 0);
     EXPECT_EQ(scene.planes[0], bytes({11, 12, 19, 20}));  // rows 1 and 2: the table moved on once
     EXPECT_EQ(scene.ctx.outputRowsWritten, 2u);
     EXPECT_EQ(scene.ctx.inputRow, 2);
@@ -290,22 +297,29 @@ TEST(FourComponents, CmykAndYcckArithmetic) {
     EXPECT_TRUE(same(ycck_to_rgb(37, 0, 255, 0, rl), 0, 0, 0));
     EXPECT_TRUE(same(ycck_to_rgb(0, 0, 0, 255, rl), 254, 119, 254));  // index 481 for blue
     EXPECT_TRUE(same(ycck_to_rgb(100, 128, 128, 200, rl), 120, 121, 121));
+    EXPECT_TRUE(same(ycck_to_rgb(100, 128, 128, 255, rl), 153, 155, 154));
     EXPECT_TRUE(same(ycck_to_rgb(255, 255, 255, 255, rl), 0, 134, 0));
 }
 
-// One CMYK pixel taken at both horizontal quarter points of a 1-wide output row: the doubled
-// word, added once per point, and not doubled again.
-TEST(FourComponents, PixelsEnterTheAccumulatorsDoubled) {
+// One pixel taken at both horizontal quarter points of a 1-wide output row whose upper point
+// alone lies in the first source row: RGB adds its packed word, CMYK its doubled word, once per
+// point.
+TEST(CountedSources, OneUpperRowInTheAccumulator) {
     Scene scene;
     Image c0{1, 1, {200}}, c1{1, 1, {100}}, c2{1, 1, {50}}, k{1, 1, {255}};
     for (auto [c, image] : {std::pair{0, &c0}, {1, &c1}, {2, &c2}, {3, &k}}) scene.source(c, *image);
-    scene.accumulate(1);
     scene.ctx.sourceColumns = scene.ctx.targetWidth = 1;
-    scene.ctx.outputHeight = 2;  // the first of two source rows holds only the upper point
+    scene.ctx.outputHeight = 2;
     scene.ctx.imageHeightRows = 1;
-    DALTJ_DoCMYKToRgb(&scene.ctx, nullptr, 1);
-    EXPECT_EQ(scene.accumulators[0][0], 2 * (200u << 21 | 100u << 11 | 50u << 1));
-    EXPECT_EQ(scene.ctx.accumUpper, 1);
+    const uint32_t word = 200u << 20 | 100u << 10 | 50u;
+    for (auto [driver, sum] : {std::pair{&DALTJ_DoRgbConvert, 2 * word}, {&DALTJ_DoCMYKToRgb, 4 * word}}) {
+        scene.accumulate(1);
+        scene.ctx.accumUpper = 0;
+        driver(&scene.ctx, nullptr, 1);
+        scene.ctx.inputRow = 0;
+        EXPECT_EQ(scene.accumulators[0][0], sum);
+        EXPECT_EQ(scene.ctx.accumUpper, 1);
+    }
 }
 
 TEST(GreyToPixels, TableValuesWithOpaqueAlpha) {
