@@ -31,7 +31,8 @@ inline constexpr uint32_t kGreyInAllFields = 0x100401;  // g * this = pack_sampl
 class QuarterPoint {
 public:
     QuarterPoint(int64_t position, int32_t target_width)
-        : column_(static_cast<int32_t>(position / target_width)), into_(static_cast<int32_t>(position % target_width)) {}
+        : column_(static_cast<int32_t>(position / target_width)),
+          into_(static_cast<int32_t>(position % target_width)) {}
     int32_t column() const { return column_; }
     // Moves on by one output column: `whole` columns and `part` of one.
     void advance(int32_t whole, int32_t part, int32_t target_width) {
@@ -70,7 +71,8 @@ inline void add_row(int32_t source_width, int32_t target_width, Sample sample, u
 }
 
 template <class Sample>
-inline void add_row_to_both(int32_t source_width, int32_t target_width, Sample sample, uint32_t *upper, uint32_t *lower) {
+inline void add_row_to_both(int32_t source_width, int32_t target_width, Sample sample, uint32_t *upper,
+                            uint32_t *lower) {
     for_each_output_column(source_width, target_width, sample, [&](int32_t c, uint32_t v) {
         upper[c] += v;
         lower[c] += v;

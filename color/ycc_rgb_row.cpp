@@ -46,9 +46,4 @@ void ycc_row_to_pixels_scalar(const uint8_t *y, const uint8_t *cb, const uint8_t
     if (i < count) table_pixel(y[i], cb[i], cr[i], range_limit, out + 4 * i);
 }
 
-void ycc_row_to_pixels(const uint8_t *y, const uint8_t *cb, const uint8_t *cr, int32_t count,
-                       const uint8_t *range_limit, uint8_t *out) {
-    ycc_row_to_pixels_scalar(y, cb, cr, count, range_limit, out);
-}
-
 }  // namespace kovra::color

@@ -22,7 +22,8 @@ std::vector<uint8_t> model(const Image &image, int32_t width, int32_t height) {
         const int32_t u = quarter_point(r, image.height, height, 1), l = quarter_point(r, image.height, height, 3);
         for (int32_t c = 0; c < width; ++c) {
             const int32_t a = quarter_point(c, image.width, width, 1), b = quarter_point(c, image.width, width, 3);
-            out.push_back(static_cast<uint8_t>((image.at(a, u) + image.at(b, u) + image.at(a, l) + image.at(b, l)) >> 2));
+            const int sum = image.at(a, u) + image.at(b, u) + image.at(a, l) + image.at(b, l);
+            out.push_back(static_cast<uint8_t>(sum >> 2));
         }
     }
     return out;
@@ -63,7 +64,8 @@ TEST(Resampler, YcbcrToThreePlanesMatchesTheModel) {
     Scene scene;
     for (int trial = 0; trial < 150; ++trial) {
         const Sizes s = random_sizes(rng, true);
-        std::array<Image, 3> source{random_image(rng, s.sw, s.sh), random_image(rng, s.sw, s.sh), random_image(rng, s.sw, s.sh)};
+        std::array<Image, 3> source;
+        for (auto &image : source) image = random_image(rng, s.sw, s.sh);
         for (int c = 0; c < 3; ++c) scene.source(c, source[c]);
         const size_t plane = size_t(s.w) * s.h;
         scene.output(15, plane, plane);
@@ -95,7 +97,8 @@ TEST(Resampler, GreyTrackingAndPerCallDriversMatchTheModel) {
                 DALTJ_DoGrayConvert(&scene.ctx, nullptr, 1);
             }
         }
-        ASSERT_EQ(scene.planes[0], model(grey, s.w, s.h)) << trial << ": " << s.sw << "x" << s.sh << " -> " << s.w << "x" << s.h;
+        ASSERT_EQ(scene.planes[0], model(grey, s.w, s.h))
+            << trial << ": " << s.sw << "x" << s.sh << " -> " << s.w << "x" << s.h;
     }
 }
 

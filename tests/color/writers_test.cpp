@@ -280,7 +280,9 @@ TEST(CountedSources, WriteEnabledRowsAreCountedOnly) {
     Scene scene;
     scene.ctx.writeEnabled = 1;
     scene.ctx.rowGroupPending = 1;
-    for (auto driver : {DALTJ_DoRgbConvert, DALTJ_DoCMYKToRgb, DALTJ_DoYCCKToRgb}) EXPECT_EQ(driver(&scene.ctx, nullptr, 2), 0);
+    for (auto driver : {DALTJ_DoRgbConvert, DALTJ_DoCMYKToRgb, DALTJ_DoYCCKToRgb}) {
+        EXPECT_EQ(driver(&scene.ctx, nullptr, 2), 0);
+    }
     EXPECT_EQ(scene.ctx.outputRowsWritten, 6u);
     EXPECT_EQ(scene.ctx.inputRow, 6);
     EXPECT_EQ(scene.ctx.rowGroupPending, 0);
@@ -290,7 +292,9 @@ TEST(FourComponents, CmykAndYcckArithmetic) {
     using kovra::color::cmyk_to_rgb;
     using kovra::color::ycck_to_rgb;
     const uint8_t *rl = jpeg::sample_range_limit();
-    auto same = [](kovra::color::Rgb v, uint32_t r, uint32_t g, uint32_t b) { return v.r == r && v.g == g && v.b == b; };
+    auto same = [](kovra::color::Rgb v, uint32_t r, uint32_t g, uint32_t b) {
+        return v.r == r && v.g == g && v.b == b;
+    };
     EXPECT_TRUE(same(cmyk_to_rgb(10, 200, 255, 255), 10, 200, 255));
     EXPECT_TRUE(same(cmyk_to_rgb(10, 200, 255, 0), 0, 0, 0));
     EXPECT_TRUE(same(cmyk_to_rgb(200, 1, 254, 100), 78, 0, 99));

@@ -78,7 +78,9 @@ int largest_difference(const Frame &ycc, const Frame &rgba) {
         const uint8_t *theirs = rgba.samples.data() + 4 * size_t(r) * rgba.width;
         for (JDIMENSION x = 0; x < ycc.width; ++x) {
             if (scene.planes[0][4 * x] != 255) return 256;
-            for (int c = 0; c < 3; ++c) largest = std::max(largest, std::abs(scene.planes[0][4 * x + 1 + c] - theirs[4 * x + c]));
+            for (int c = 0; c < 3; ++c) {
+                largest = std::max(largest, std::abs(scene.planes[0][4 * x + 1 + c] - theirs[4 * x + c]));
+            }
         }
     }
     return largest;
