@@ -7,18 +7,18 @@ namespace kovra::test {
 namespace {
 constexpr uint32_t kWhite = 0x00FFFFFFu;
 
-uint32_t word_of(const Rgb &c) {
-    return 0xFF000000u | (uint32_t{c.b} << 16) | (uint32_t{c.g} << 8) | (c.r & 0xFEu);
-}
-
 // Entries the file's table has: the palette padded to a power of two.
 int table_entries(const ModelFrame &f) { return 2 << size_bits_for(f.palette.size()); }
 
 uint32_t color_of(const ModelFrame &f, uint8_t i) {
     if (i >= table_entries(f)) return GIF_COLOR_UNSET;
-    return i < f.palette.size() ? word_of(f.palette[i]) : word_of(Rgb{0, 0, 0});
+    return i < f.palette.size() ? color_word(f.palette[i]) : color_word(Rgb{0, 0, 0});
 }
 }  // namespace
+
+uint32_t color_word(const Rgb &c) {
+    return 0xFF000000u | (uint32_t{c.b} << 16) | (uint32_t{c.g} << 8) | (c.r & 0xFEu);
+}
 
 std::vector<std::vector<uint32_t>> compose_frames(int screen_w, int screen_h, const std::vector<ModelFrame> &frames) {
     std::vector<std::vector<uint32_t>> out;

@@ -20,6 +20,9 @@ struct ModelFrame {
     int transparent_index = 0;
 };
 
+// A palette colour as the decoder's colour word (red's lowest bit cleared, opaque).
+uint32_t color_word(const Rgb &c);
+
 // Colour words of each composed frame at screen size.
 std::vector<std::vector<uint32_t>> compose_frames(int screen_w, int screen_h, const std::vector<ModelFrame> &frames);
 

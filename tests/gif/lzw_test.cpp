@@ -205,6 +205,33 @@ TEST(GifLzw, TruncationWithNothingLeftToReadFails) {
     EXPECT_EQ(image.result, 0);
 }
 
+TEST(GifLzw, SubBlockEndingAtTheInputBufferEndWaitsForTheByteAfterIt) {
+    // Once a refill has moved a sub-block's data to the input buffer's start, blocks of 16 or 240
+    // bytes ((b + 1) divides 4097) put the end of a later block exactly at the buffer's 4096th
+    // byte: it may be opened only after a refill brings in the size byte that follows it.
+    const Bytes indexes = random_indexes(160 * 160, 256, 23);
+    for (const int block : {16, 240}) {
+        SCOPED_TRACE(block);
+        const Bytes data = lzw_encode(indexes, 8);
+        const Bytes gif = GifBuilder(160, 160, test_palette(256))
+                              .image_with_data(0, 0, 160, 160, 8, data, false, block)
+                              .trailer()
+                              .bytes();
+        for (SourceKind kind : kAllSourceKinds) {
+            EXPECT_EQ(decode_indexes(gif, 1, kind).indexes, indexes) << source_kind_name(kind);
+        }
+        // A frame cut right after a complete sub-block decodes no further than one cut a byte
+        // inside it: that block is never opened without the byte after it.
+        const size_t blocks_start = gif.size() - 1 - sub_blocks(data, block).size();
+        for (size_t cut = blocks_start + static_cast<size_t>(block) + 1; cut < blocks_start + 3 * 4096;
+             cut += static_cast<size_t>(block) + 1) {
+            const Bytes whole_block(gif.begin(), gif.begin() + static_cast<long>(cut));
+            const Bytes inside_block(gif.begin(), gif.begin() + static_cast<long>(cut - 1));
+            ASSERT_EQ(decode_indexes(whole_block).indexes, decode_indexes(inside_block).indexes) << cut;
+        }
+    }
+}
+
 TEST(GifLzw, FrameWiderThanTheLineBufferFails) {
     // Screen 2 wide: the line buffer takes 2 + 4096 indexes.
     Bytes gif = GifBuilder(2, 1, test_palette(4))

@@ -167,19 +167,11 @@ TEST(GifComposer, OffScreenRowsReturnWithoutStepping) {
 
 const Rgb kRed{201, 10, 20}, kGreen{30, 202, 40}, kBlue{50, 60, 203}, kGrey{128, 128, 128};
 
+// Colour words in a row of their own as format 7.
 Bytes rgba(const std::vector<uint32_t> &words) {
-    Bytes out;
-    for (uint32_t w : words) {
-        if (w == GIF_COLOR_UNSET) {
-            out.insert(out.end(), {0, 0, 0, 0});
-        } else {
-            out.insert(out.end(), {static_cast<uint8_t>(w), static_cast<uint8_t>(w >> 8), static_cast<uint8_t>(w >> 16), 255});
-        }
-    }
-    return out;
+    const int n = static_cast<int>(words.size());
+    return to_rgba(words, n, 1, n, 1);
 }
-
-uint32_t word(Rgb c) { return 0xFF000000u | (uint32_t{c.b} << 16) | (uint32_t{c.g} << 8) | (c.r & 0xFEu); }
 
 TEST(GifComposer, DisposalAndTransparencyCases) {
     const std::vector<Rgb> palette = {kRed, kGreen, kBlue, kGrey};
@@ -194,11 +186,11 @@ TEST(GifComposer, DisposalAndTransparencyCases) {
     ASSERT_EQ(animation.frames.size(), 6u);
     const uint32_t unset = GIF_COLOR_UNSET, white = 0x00FFFFFFu;
     const std::vector<std::vector<uint32_t>> expected = {
-        {word(kRed), word(kGreen), word(kBlue)},
-        {word(kRed), word(kRed), word(kBlue)},  // canvas now all unset
-        {unset, word(kGreen), word(kGreen)},    // canvas unchanged
-        {word(kBlue), word(kGrey), unset},      // canvas now white, white, unset
-        {word(kRed), white, unset},
+        {color_word(kRed), color_word(kGreen), color_word(kBlue)},
+        {color_word(kRed), color_word(kRed), color_word(kBlue)},  // canvas now all unset
+        {unset, color_word(kGreen), color_word(kGreen)},           // canvas unchanged
+        {color_word(kBlue), color_word(kGrey), unset},             // canvas now white, white, unset
+        {color_word(kRed), white, unset},
         {white, white, unset},
     };
     for (size_t i = 0; i < expected.size(); ++i) EXPECT_EQ(animation.frames[i], rgba(expected[i])) << i;
@@ -214,7 +206,7 @@ TEST(GifComposer, CanvasStartsTransparentOrWhite) {
         const Animation animation = decode_animation(encode_animation(2, 2, frames), KOVRADALT_FORMAT_RGBA32, 1);
         ASSERT_EQ(animation.results, (std::vector<int32_t>{3}));
         const uint32_t start = transparency ? GIF_COLOR_UNSET : 0x00FFFFFFu;
-        EXPECT_EQ(animation.frames[0], rgba({start, start, start, word(kRed)}));
+        EXPECT_EQ(animation.frames[0], rgba({start, start, start, color_word(kRed)}));
     }
 }
 

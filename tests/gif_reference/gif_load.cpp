@@ -161,11 +161,6 @@ Gif load_with(Open open) {
 
 }  // namespace
 
-Gif load_gif(const std::filesystem::path &path) {
-    std::string name = path.string();
-    return load_with([&](int *error) { return DGifOpenFileName(name.c_str(), error); });
-}
-
 Gif load_gif_memory(const uint8_t *data, size_t size) {
     MemoryReader reader{data, size, 0};
     return load_with([&](int *error) {

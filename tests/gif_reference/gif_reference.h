@@ -79,7 +79,6 @@ struct Gif {
     std::vector<Frame> frames;
 };
 
-Gif load_gif(const std::filesystem::path &path);
 Gif load_gif_memory(const uint8_t *data, size_t size);
 
 // Output geometry for a sample size (1..): {out_width, out_height}.
