@@ -1,18 +1,19 @@
-// Arbitrary bytes through the EXIF and TIFF readers, each run taking all three roads:
-//   1. the bytes as a JPEG source (caller memory, or a caller stream serving the same bytes),
-//      searched through a byte window by DALTJ_GetExifInfo;
+// Arbitrary bytes through the EXIF and TIFF readers, each run taking all four roads:
+//   1. the bytes as a JPEG source (caller memory, a caller stream, a caller's FILE or a path,
+//      all serving the same bytes), searched through a byte window by DALTJ_GetExifInfo;
 //   2. an APP1 segment for DALTJ_CreatExifInfoUseExifBuffer: from the first 0xFF 0xE1 in the
 //      bytes when there is one (so the corpus's real segments are reached), else the bytes as
 //      they are;
-//   3. the bytes as a TIFF file for DALTJ_ReadTiffInfo, with the source's size as the length;
+//   3. the bytes as a TIFF file for DALTJ_ReadTiffInfo (a source of the same kind as road 1),
+//      with the source's size as the length;
 //   4. the exported readers of TIFF data in memory, over the TIFF data that follows the first
 //      "Exif" 0 0 (else the whole input): the IFD0, EXIF and GPS readers at the offset the
 //      header names, the entry decoder at the first entry there, and the frame-header search
 //      for a thumbnail's size over the whole input.
-// The last input byte picks the source kind of roads 1 and 3 (bit 0) and, when bit 1 is set,
-// makes the allocations of road 1 fail after the number in bits 2..7; with bit 1 clear, bit 2
-// sends road 1 through DALTJ_GetTiffInfo instead. Every string and block of
-// every record is read to its end and then freed, so a missing terminator or a leak shows.
+// The last input byte picks the source kind of roads 1 and 3 (bits 0 and 3, see source_kind)
+// and, when bit 1 is set, makes the allocations of road 1 fail after the number in bits 2..7;
+// with bit 1 clear, bit 2 sends road 1 through DALTJ_GetTiffInfo instead. Every string and block
+// of every record is read to its end and then freed, so a missing terminator or a leak shows.
 
 #include <algorithm>
 #include <cstddef>
@@ -21,7 +22,7 @@
 #include <iterator>
 
 #include "fuzz/source_window.h"
-#include "fuzz/span_stream.h"
+#include "fuzz/input_source.h"
 #include "kovra_decinfo.h"
 #include "exif/info_release.h"
 #include "kovra_exif.h"
@@ -29,8 +30,6 @@
 #include "os/alloc_failure.h"
 
 namespace {
-
-using Stream = kovra::fuzz::SpanStream;
 
 volatile uint32_t g_sink;
 
@@ -52,24 +51,19 @@ void consume_and_release(DALTJ_ExifInfo *info) {
     g_sink = g_sink + sum;
 }
 
-KOVRADALT_DecInfo *open_source(const uint8_t *data, size_t size, bool stream_kind, Stream *stream) {
-    if (!stream_kind) {
-        return KOVRADALT_CreateDecInfo(IO_KIND_MEMORY, const_cast<uint8_t *>(data), static_cast<int32_t>(size), 0, 0);
-    }
-    *stream = Stream{data, size, 0};
-    return KOVRADALT_CreateDecInfoWithStream(stream, static_cast<int32_t>(size), Stream::read, Stream::skip,
-                                             Stream::rewind, 0, 0);
+// Bits 0 and 3 of the option byte pick the source kind (memory, stream, FILE, path); bit 3 only
+// while bit 1 is clear, as it belongs to the allocation failure count otherwise.
+kovra::fuzz::InputKind source_kind(uint8_t options) {
+    const uint32_t bit3 = (options & 2) == 0 ? (options >> 2) & 2 : 0;
+    return static_cast<kovra::fuzz::InputKind>((options & 1) | bit3);
 }
 
-// Opens the input as a memory or stream source (option bit 0), sets up a byte window at its start
+// Opens the input as a source of the kind the options pick, sets up a byte window at its start
 // as the library's users do, runs `read` on it, and releases everything.
 template <typename Read>
 void with_window(const uint8_t *data, size_t size, uint8_t options, Read read) {
-    Stream stream;
-    KOVRADALT_DecInfo *dec = open_source(data, size, options & 1, &stream);
-    if (dec == nullptr) return;
-    kovra::fuzz::with_window(dec, read);
-    KOVRADALT_DestroyDecInfo(dec);
+    const kovra::fuzz::InputSource source(data, size, source_kind(options));
+    if (source.dec() != nullptr) kovra::fuzz::with_window(source.dec(), read);
 }
 
 void jpeg_road(const uint8_t *data, size_t size, uint8_t options) {

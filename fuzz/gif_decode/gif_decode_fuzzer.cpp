@@ -4,7 +4,8 @@
 //
 // The last two input bytes choose the road (they are also part of the GIF, which rarely
 // matters): byte[-1] bits 0-1 sample size 1..4, bits 2-3 output format (7, 8, 13, 13), bit 4
-// frame mode, bit 5 a caller stream instead of caller memory, bit 6 the frame cache; byte[-2],
+// frame mode, bits 5 and 7 the source kind (memory, a caller stream, a caller's FILE, a path),
+// bit 6 the frame cache; byte[-2],
 // when its top bit is set, makes every allocation after the first (byte & 0x7F) fail, when its
 // top two bits are 01 asks for another output size through KOVRADALTI_SetGIF_SKIA (from half to
 // twice the size, see decode_frames), and when its top three bits are 001 hands frame mode a
@@ -25,7 +26,7 @@
 #include <cstring>
 #include <vector>
 
-#include "fuzz/span_stream.h"
+#include "fuzz/input_source.h"
 #include "kovra_gif.h"
 #include "kovra_os.h"
 #include "os/alloc_failure.h"
@@ -47,8 +48,6 @@ int32_t capped_sample(const uint8_t *data, size_t size, int32_t wanted) {
     while (reduced(width, sample) * reduced(height, sample) > kMaxOutputPixels) sample += 1 + sample / 4;
     return sample;
 }
-
-using Stream = kovra::fuzz::SpanStream;
 
 volatile uint32_t g_sink;
 
@@ -94,7 +93,8 @@ void query_colors(KOVRADALT_DecInfo *dec) {
 // What the option bytes ask for.
 struct Road {
     int32_t format;
-    bool frame_mode, use_stream, use_cache;
+    kovra::fuzz::InputKind source;
+    bool frame_mode, use_cache;
     uint8_t resize;     // 0, or how KOVRADALTI_SetGIF_SKIA changes the output size (see scaled)
     bool short_buffer;  // frame mode: the caller's buffer holds half the output rows
 };
@@ -173,19 +173,13 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     const int32_t format_codes[4] = {KOVRADALT_FORMAT_RGBA32, KOVRADALT_FORMAT_BGRA32, KOVRADALT_FORMAT_INDEX8,
                                      KOVRADALT_FORMAT_INDEX8};
     const Road road{format_codes[(options >> 2) & 3],
+                    static_cast<kovra::fuzz::InputKind>(((options >> 5) & 1) | ((options >> 6) & 2)),
                     (options & 0x10) != 0,
-                    (options & 0x20) != 0,
                     (options & 0x40) != 0,
                     static_cast<uint8_t>((failure & 0xC0) == 0x40 ? failure : 0),
                     (failure & 0xE0) == 0x20};
-
-    std::vector<uint8_t> copy(data, data + size);
-    Stream stream{copy.data(), copy.size(), 0};
-    KOVRADALT_DecInfo *dec =
-        road.use_stream
-            ? KOVRADALT_CreateDecInfoWithStream(&stream, static_cast<int32_t>(size), Stream::read, Stream::skip,
-                                                Stream::rewind, road.format, 0)
-            : KOVRADALT_CreateDecInfo(IO_KIND_MEMORY, copy.data(), static_cast<int32_t>(size), road.format, 0);
+    const kovra::fuzz::InputSource source(data, size, road.source, road.format);
+    KOVRADALT_DecInfo *dec = source.dec();
     if (dec == nullptr) return 0;
     if ((failure & 0x80) != 0) kovra::os::fail_allocations_after(failure & 0x7F);
     int marker = 0;
@@ -195,6 +189,5 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     }
     kovra::os::stop_failing_allocations();
     if (dec->gif_info != nullptr) KOVRADALTI_DeleteGIFInfo(dec);
-    KOVRADALT_DestroyDecInfo(dec);
     return 0;
 }

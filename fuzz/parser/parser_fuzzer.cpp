@@ -1,22 +1,20 @@
 // Arbitrary bytes through the header parse drivers (KOVRADALT_Parser, KOVRADALT_SimpleParserGIF,
 // KOVRADALT_GetJpegOffset, KOVRADALT_JpgParser, KOVRADALT_GetImageType, and DALT_ParseJPEGOffset
-// through a window), over a caller memory source and over a caller stream (whose callbacks serve
-// the same bytes). The last input byte picks the default delay for the GIF-only driver; the delay
-// tables every call hands out are freed each run.
+// through a window), over a source of each kind: caller memory, a caller stream, a caller's FILE
+// and a path, all serving the same bytes. The last input byte picks the default delay for the GIF-only driver; the
+// delay tables every call hands out are freed each run.
 
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 
 #include "fuzz/source_window.h"
-#include "fuzz/span_stream.h"
+#include "fuzz/input_source.h"
 #include "kovra_decinfo.h"
 #include "kovra_os.h"
 #include "kovra_parse.h"
 
 namespace {
-
-using Stream = kovra::fuzz::SpanStream;
 
 // Sums what the parse reported, so every word of the result is read.
 uint32_t touch(const KOVRADALT_ImageInfo &info) {
@@ -55,7 +53,6 @@ void parse_all(KOVRADALT_DecInfo *dec, uint32_t default_delay) {
         g_sink = g_sink + static_cast<uint32_t>(DALT_ParseJPEGOffset(dec, &window, &window_info)) + touch(window_info);
         KOVRADALT_OsFree(window_info.frame_delays);
     });
-    KOVRADALT_DestroyDecInfo(dec);
 }
 
 }  // namespace
@@ -63,11 +60,10 @@ void parse_all(KOVRADALT_DecInfo *dec, uint32_t default_delay) {
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size) {
     if (size == 0 || size > 0x7FFFFFFF) return 0;
     const uint32_t default_delay = static_cast<uint32_t>(data[size - 1]) * 10u;
-    parse_all(KOVRADALT_CreateDecInfo(IO_KIND_MEMORY, const_cast<uint8_t *>(data), static_cast<int32_t>(size), 0, 0),
-              default_delay);
-    Stream stream{data, size, 0};
-    parse_all(KOVRADALT_CreateDecInfoWithStream(&stream, static_cast<int32_t>(size), Stream::read, Stream::skip,
-                                                Stream::rewind, 0, 0),
-              default_delay);
+    using kovra::fuzz::InputKind;
+    for (InputKind kind : {InputKind::kMemory, InputKind::kStream, InputKind::kFile, InputKind::kPath}) {
+        const kovra::fuzz::InputSource source(data, size, kind);
+        parse_all(source.dec(), default_delay);
+    }
     return 0;
 }
