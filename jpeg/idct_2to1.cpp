@@ -4,6 +4,7 @@
 
 #include "jpeg/idct_aan_reduced.h"
 #include "jpeg/idct_scalar.h"
+#include "jpeg/idct_simd.h"
 #include "kovra_jpeg.h"
 
 namespace kovra::jpeg {
@@ -17,5 +18,5 @@ void idct_2to1_scalar(const uint8_t *range_limit, const int32_t *multipliers, co
 
 extern "C" KOVRA_API void DALTJ_DoIdct_2to1(const uint8_t *rangeLimit, const int32_t *multipliers,
                                             const int16_t *coefficients, uint8_t **outputRows, uint32_t outputColumn) {
-    kovra::jpeg::idct_2to1_scalar(rangeLimit, multipliers, coefficients, outputRows, outputColumn);
+    kovra::jpeg::idct_2to1_simd(rangeLimit, multipliers, coefficients, outputRows, outputColumn);
 }

@@ -4,6 +4,7 @@
 
 #include "jpeg/idct_aan.h"
 #include "jpeg/idct_scalar.h"
+#include "jpeg/idct_simd.h"
 #include "kovra_jpeg.h"
 
 namespace kovra::jpeg {
@@ -17,5 +18,5 @@ void idct_8by8_scalar(const uint8_t *range_limit, const int32_t *multipliers, co
 
 extern "C" KOVRA_API void DALTJ_DoIdct8By8(const uint8_t *rangeLimit, const int32_t *multipliers,
                                            const int16_t *coefficients, uint8_t **outputRows, uint32_t outputColumn) {
-    kovra::jpeg::idct_8by8_scalar(rangeLimit, multipliers, coefficients, outputRows, outputColumn);
+    kovra::jpeg::idct_full_simd(rangeLimit, multipliers, coefficients, outputRows, outputColumn);
 }

@@ -29,22 +29,23 @@ inline Int aan_input(const int16_t *coefficients, const int32_t *multipliers, in
 
 inline Int scaled(Int x, int32_t constant) { return (x * constant) >> 8; }
 
-// The 8-point AAN transform of in[0..N-1] (inputs N..7 zero), written to out[k * stride].
+// The 8-point AAN transform of in[0..N-1] (inputs N..7 zero), written to out[k * stride]. T is
+// Int, or eight lines at once in vector lanes (idct_simd_lanes.h).
 struct Aan {
-    template <int N>
-    [[gnu::always_inline]] static void line(const Int *in, Int *out, int stride) {
-        auto p = [in](int k) { return k < N ? in[k] : Int(0); };
-        const Int tmp10 = p(0) + p(4), tmp11 = p(0) - p(4), tmp13 = p(2) + p(6);
-        const Int tmp12 = scaled(p(2) - p(6), 362) - tmp13;
-        const Int tmp0 = tmp10 + tmp13, tmp3 = tmp10 - tmp13;
-        const Int tmp1 = tmp11 + tmp12, tmp2 = tmp11 - tmp12;
+    template <int N, class T = Int>
+    [[gnu::always_inline]] static void line(const T *in, T *out, int stride) {
+        auto p = [in](int k) { return k < N ? in[k] : T(0); };
+        const T tmp10 = p(0) + p(4), tmp11 = p(0) - p(4), tmp13 = p(2) + p(6);
+        const T tmp12 = scaled(p(2) - p(6), 362) - tmp13;
+        const T tmp0 = tmp10 + tmp13, tmp3 = tmp10 - tmp13;
+        const T tmp1 = tmp11 + tmp12, tmp2 = tmp11 - tmp12;
 
-        const Int z13 = p(5) + p(3), z10 = p(5) - p(3), z11 = p(1) + p(7), z12 = p(1) - p(7);
-        const Int tmp7 = z11 + z13;
-        const Int z5 = scaled(z10 + z12, 473);
-        const Int tmp6 = scaled(z10, -669) - tmp7 + z5;
-        const Int tmp5 = scaled(z11 - z13, 362) - tmp6;
-        const Int tmp4 = scaled(z12, 277) - z5 + tmp5;
+        const T z13 = p(5) + p(3), z10 = p(5) - p(3), z11 = p(1) + p(7), z12 = p(1) - p(7);
+        const T tmp7 = z11 + z13;
+        const T z5 = scaled(z10 + z12, 473);
+        const T tmp6 = scaled(z10, -669) - tmp7 + z5;
+        const T tmp5 = scaled(z11 - z13, 362) - tmp6;
+        const T tmp4 = scaled(z12, 277) - z5 + tmp5;
         out[0] = tmp0 + tmp7, out[stride] = tmp1 + tmp6;
         out[2 * stride] = tmp2 + tmp5, out[3 * stride] = tmp3 - tmp4;
         out[4 * stride] = tmp3 + tmp4, out[5 * stride] = tmp2 - tmp5;

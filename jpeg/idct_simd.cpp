@@ -1,0 +1,208 @@
+// The AAN inverse DCTs on the vector unit (idct_simd_lanes.h), eight lines at a time in 16-bit
+// lanes, giving exactly the samples of the scalar cores.
+//
+// Layout: the coefficient rows are the registers, so a lane is a column and pass 1 runs the
+// transform across registers (Aan::line on Lanes). The workspace rows are then transposed, so
+// that a lane is a workspace row for pass 2, and the sums are transposed back into output rows.
+// The half-size output averages pairs of workspace rows before the transpose, and pairs of
+// samples after the range limit, as the scalar core does. A block whose coefficient rows 1..7 are
+// zero skips the column transform, which would leave each column's DC term in all eight rows.
+//
+// Why 16 bits give the 32-bit results. A product by a constant is exact for every 16-bit input
+// (scaled() in idct_simd_lanes.h), and sums wrap, so a value comes out exact whenever its true
+// value fits in 16 bits, provided every value that a product takes, and every output, does too.
+// In a line transform those are linear in the inputs x_k, apart from the truncation of at most
+// three products: each is at most sum_k K_k |x_k| + 3 in magnitude, where K_k, the largest weight
+// any of them gives input k, is 1, 1, 1, 1.18, 1, 1.77, 2.41, 5.03. lines_fit() bounds that sum
+// on the actual inputs of each pass, the dequantised coefficients and then the workspace rows;
+// a block that fails (none of the corpus's 2.3 million blocks does) goes to the scalar core. The
+// dequantisation is 32-bit arithmetic saturated to 16 bits, and a saturated value fails the
+// bound, in pass 1, or in pass 2 as the value a column without AC terms leaves in the workspace.
+//
+// The range-limit lookup is a saturating narrowing of (sum >> 5) + 128: the table holds that
+// clamp (range_limit.h), and the caller's table is not read.
+
+#include "jpeg/idct_simd.h"
+
+#include "jpeg/idct_scalar.h"
+
+#if KOVRA_IDCT_SIMD
+
+#include <cstring>
+
+#include "jpeg/idct_aan.h"
+
+namespace kovra::jpeg {
+namespace {
+
+using lanes::Lanes;
+using Rows = Lanes[8];
+
+// K_k / 8 in 1/65536: (|x| * kWeight[k]) >> 16 is K_k |x_k| / 8, less by under 1.
+constexpr uint16_t kWeight[8] = {8192, 8192, 8192, 9664, 8192, 14464, 19776, 41184};
+// With every lane's sum of those at most this, sum_k K_k |x_k| < 8 * (4087 + 8) = 32760.
+constexpr uint16_t kWeightedLimit = 4087;
+
+// Whether the eight lines with inputs x[0..N-1] (the rest zero), one per lane, stay exact in 16
+// bits.
+template <int N>
+[[gnu::always_inline]] inline bool lines_fit(const Rows &x) {
+    lanes::V sum = lanes::weighted_magnitude(x[0].v, kWeight[0]);
+    #pragma GCC unroll 8
+    for (int k = 1; k < N; ++k) sum = lanes::add_unsigned_saturated(sum, lanes::weighted_magnitude(x[k].v, kWeight[k]));
+    return lanes::all_at_most(sum, kWeightedLimit);
+}
+
+// What pass 1 found: a block with nothing but its DC term, the workspace (its columns 4..7 zero
+// when narrow), or a column that would not fit in 16 bits.
+enum class Pass1 { kDcOnly, kWorkspace, kNarrowWorkspace, kTooLarge };
+
+// The column transform of coefficient rows 0..N-1 (the rest zero).
+template <int N>
+[[gnu::always_inline]] inline bool columns_of(const lanes::V (&c)[8], const int32_t *multipliers, Rows &ws) {
+    Rows p;
+    #pragma GCC unroll 8
+    for (int k = 0; k < N; ++k) p[k] = lanes::dequantised(c[k], multipliers + 8 * k);
+    if (!lines_fit<N>(p)) return false;
+    Aan::line<N>(p, ws, 1);
+    return true;
+}
+
+// Pass 1 into the workspace rows, skipping the coefficient rows that are zero: with rows 1..7 zero
+// every column holds its DC term only, which the transform would leave in all eight rows.
+[[gnu::always_inline]] inline Pass1 columns(const int16_t *coefficients, const int32_t *multipliers, Rows &ws) {
+    lanes::V c[8];
+    #pragma GCC unroll 8
+    for (int k = 0; k < 8; ++k) c[k] = lanes::load(coefficients + 8 * k);
+    const lanes::V middle = lanes::either(lanes::either(c[1], c[2]), c[3]);
+    const lanes::V bottom = lanes::either(lanes::either(c[4], c[5]), lanes::either(c[6], c[7]));
+    const bool narrow = lanes::high_half_zero(lanes::either(c[0], lanes::either(middle, bottom)));
+    bool fits = true;
+    if (!lanes::is_zero(bottom)) {
+        fits = columns_of<8>(c, multipliers, ws);
+    } else if (!lanes::is_zero(middle)) {
+        fits = columns_of<4>(c, multipliers, ws);
+    } else {
+        static constexpr int16_t kAc[8] = {0, -1, -1, -1, -1, -1, -1, -1};
+        if (lanes::is_zero(lanes::both(c[0], lanes::load(kAc)))) return Pass1::kDcOnly;
+        const Lanes dc = lanes::dequantised(c[0], multipliers);
+        #pragma GCC unroll 8
+        for (int r = 0; r < 8; ++r) ws[r] = dc;
+    }
+    if (!fits) return Pass1::kTooLarge;
+    return narrow ? Pass1::kNarrowWorkspace : Pass1::kWorkspace;
+}
+
+// Pass 2 over the transposed workspace, whose columns N..7 are zero: sums[k] holds sample k of
+// each lane's row, still with its 5 fraction bits; false where a row would not fit in 16 bits.
+template <int N>
+[[gnu::always_inline]] inline bool rows_of(Rows &ws, Rows &sums) {
+    lanes::V t[8];
+    #pragma GCC unroll 8
+    for (int k = 0; k < 8; ++k) t[k] = ws[k].v;
+    lanes::transpose(t);
+    #pragma GCC unroll 8
+    for (int k = 0; k < N; ++k) ws[k] = t[k];
+    if (!lines_fit<N>(ws)) return false;
+    Aan::line<N>(ws, sums, 1);
+    return true;
+}
+
+[[gnu::always_inline]] inline bool rows(Pass1 pass1, Rows &ws, Rows &sums) {
+    if (pass1 == Pass1::kNarrowWorkspace) return rows_of<4>(ws, sums);
+    return pass1 == Pass1::kWorkspace && rows_of<8>(ws, sums);
+}
+
+// The sample of a block with nothing but its DC term.
+inline uint8_t dc_sample(const uint8_t *range_limit, const int32_t *multipliers, const int16_t *coefficients) {
+    return range_limit[aan_index(aan_input(coefficients, multipliers, 0))];
+}
+
+// The sample of a sum: (sum >> 5) + 128, to be clamped to 0..255.
+[[gnu::always_inline]] inline lanes::V unclamped_sample(Lanes sum) {
+    return lanes::add(lanes::shift_right<5>(sum.v), lanes::splat(128));
+}
+
+}  // namespace
+
+void idct_full_simd(const uint8_t *range_limit, const int32_t *multipliers, const int16_t *coefficients,
+                    uint8_t **output_rows, uint32_t output_column) {
+    Rows ws, sums;
+    const Pass1 pass1 = columns(coefficients, multipliers, ws);
+    if (pass1 == Pass1::kDcOnly) {
+        const uint8_t dc = dc_sample(range_limit, multipliers, coefficients);
+        for (int r = 0; r < 8; ++r) std::memset(output_rows[r] + output_column, dc, 8);
+        return;
+    }
+    if (!rows(pass1, ws, sums)) {
+        idct_full_scalar(range_limit, multipliers, coefficients, output_rows, output_column);
+        return;
+    }
+    lanes::V s[8];
+    #pragma GCC unroll 8
+    for (int k = 0; k < 8; ++k) s[k] = unclamped_sample(sums[k]);
+    lanes::transpose(s);
+    #pragma GCC unroll 4
+    for (int r = 0; r < 8; r += 2) {
+        const lanes::Bytes pair = lanes::narrow_unsigned(s[r], s[r + 1]);
+        lanes::store8(output_rows[r] + output_column, pair, 0);
+        lanes::store8(output_rows[r + 1] + output_column, pair, 1);
+    }
+}
+
+void idct_2to1_simd(const uint8_t *range_limit, const int32_t *multipliers, const int16_t *coefficients,
+                    uint8_t **output_rows, uint32_t output_column) {
+    Rows ws, sums;
+    const Pass1 pass1 = columns(coefficients, multipliers, ws);
+    if (pass1 == Pass1::kDcOnly) {
+        const uint8_t dc = dc_sample(range_limit, multipliers, coefficients);
+        for (int j = 0; j < 4; ++j) std::memset(output_rows[j] + output_column, dc, 4);
+        return;
+    }
+    if (pass1 != Pass1::kTooLarge) {
+        #pragma GCC unroll 4
+        for (int j = 0; j < 4; ++j) ws[j] = lanes::half_sum(ws[2 * j].v, ws[2 * j + 1].v);
+        #pragma GCC unroll 4
+        for (int j = 4; j < 8; ++j) ws[j] = lanes::splat(0);
+    }
+    if (!rows(pass1, ws, sums)) {
+        idct_2to1_scalar(range_limit, multipliers, coefficients, output_rows, output_column);
+        return;
+    }
+    // Output column i (one output row per lane) averages the samples of columns 2i and 2i + 1.
+    lanes::V out[8];
+    #pragma GCC unroll 4
+    for (int i = 0; i < 4; ++i) {
+        out[i] = lanes::half_sum(lanes::clamped(unclamped_sample(sums[2 * i]), 0, 255),
+                                 lanes::clamped(unclamped_sample(sums[2 * i + 1]), 0, 255));
+    }
+    #pragma GCC unroll 4
+    for (int i = 4; i < 8; ++i) out[i] = lanes::splat(0);
+    lanes::transpose(out);
+    #pragma GCC unroll 2
+    for (int j = 0; j < 4; j += 2) {
+        const lanes::Bytes pair = lanes::narrow_unsigned(out[j], out[j + 1]);
+        lanes::store4(output_rows[j] + output_column, pair, 0);
+        lanes::store4(output_rows[j + 1] + output_column, pair, 2);
+    }
+}
+
+}  // namespace kovra::jpeg
+
+#else
+
+namespace kovra::jpeg {
+
+void idct_full_simd(const uint8_t *range_limit, const int32_t *multipliers, const int16_t *coefficients,
+                    uint8_t **output_rows, uint32_t output_column) {
+    idct_full_scalar(range_limit, multipliers, coefficients, output_rows, output_column);
+}
+
+void idct_2to1_simd(const uint8_t *range_limit, const int32_t *multipliers, const int16_t *coefficients,
+                    uint8_t **output_rows, uint32_t output_column) {
+    idct_2to1_scalar(range_limit, multipliers, coefficients, output_rows, output_column);
+}
+
+}  // namespace kovra::jpeg
+
+#endif

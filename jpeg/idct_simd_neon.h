@@ -1,0 +1,104 @@
+// The vector operations of the inverse DCTs (idct_simd.cpp) in NEON, as the ARMv7 target has it
+// (-mfpu=neon): eight signed 16-bit lanes per register. Included only through idct_simd_lanes.h.
+#pragma once
+
+#if defined(__ARM_NEON) && __BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__
+
+#include <arm_neon.h>
+
+#define KOVRA_IDCT_SIMD 1
+
+#include <cstdint>
+#include <cstring>
+
+namespace kovra::jpeg::lanes {
+
+using V = int16x8_t;
+using Bytes = uint8x16_t;
+
+inline V load(const int16_t *p) { return vld1q_s16(p); }
+inline V splat(int16_t value) { return vdupq_n_s16(value); }
+inline V add(V a, V b) { return vaddq_s16(a, b); }
+inline V sub(V a, V b) { return vsubq_s16(a, b); }
+inline V either(V a, V b) { return vorrq_s16(a, b); }
+template <int N>
+inline V shift_right(V a) { return vshrq_n_s16(a, N); }
+
+// a * k wrapped to 16 bits, and (a * k) >> 16, exact for an even k: the doubling high half of
+// a * (k / 2), which cannot saturate.
+inline V mul_low(V a, int16_t k) { return vmulq_n_s16(a, k); }
+inline V mul_high(V a, int16_t k) { return vqdmulhq_n_s16(a, static_cast<int16_t>(k / 2)); }
+inline V clamped(V a, int16_t low, int16_t high) { return vminq_s16(vmaxq_s16(a, vdupq_n_s16(low)), vdupq_n_s16(high)); }
+
+// (a + b) >> 1 without overflow.
+inline V half_sum(V a, V b) { return vhaddq_s16(a, b); }
+
+inline V both(V a, V b) { return vandq_s16(a, b); }
+
+inline bool is_zero(V a) {
+    const int64x2_t halves = vreinterpretq_s64_s16(a);
+    return (vgetq_lane_s64(halves, 0) | vgetq_lane_s64(halves, 1)) == 0;
+}
+// Whether lanes 4..7 are zero.
+inline bool high_half_zero(V a) { return vgetq_lane_s64(vreinterpretq_s64_s16(a), 1) == 0; }
+
+// (|a| * w) >> 16 as an unsigned lane, |-32768| counting as 32767.
+inline V weighted_magnitude(V a, uint16_t w) {
+    const uint16x8_t magnitude = vreinterpretq_u16_s16(vqabsq_s16(a));
+    const uint32x4_t low = vmull_n_u16(vget_low_u16(magnitude), w);
+    const uint32x4_t high = vmull_n_u16(vget_high_u16(magnitude), w);
+    return vreinterpretq_s16_u16(vcombine_u16(vshrn_n_u32(low, 16), vshrn_n_u32(high, 16)));
+}
+inline V add_unsigned_saturated(V a, V b) {
+    return vreinterpretq_s16_u16(vqaddq_u16(vreinterpretq_u16_s16(a), vreinterpretq_u16_s16(b)));
+}
+inline bool all_at_most(V a, uint16_t limit) {
+    return is_zero(vreinterpretq_s16_u16(vqsubq_u16(vreinterpretq_u16_s16(a), vdupq_n_u16(limit))));
+}
+
+// Lane i: (c_i * q[i], wrapped to 32 bits) >> 10, saturated to 16 bits.
+inline V dequantised(V c, const int32_t *q) {
+    const int32x4_t low = vmulq_s32(vmovl_s16(vget_low_s16(c)), vld1q_s32(q));
+    const int32x4_t high = vmulq_s32(vmovl_s16(vget_high_s16(c)), vld1q_s32(q + 4));
+    return vcombine_s16(vqshrn_n_s32(low, 10), vqshrn_n_s32(high, 10));
+}
+
+// Registers r[0..7] as the rows of an 8 x 8 matrix, transposed in place.
+inline void transpose(V (&r)[8]) {
+    // Pairs of rows, then pairs of pairs, interleaved: t32[2 * i + j].val[v] holds, of rows
+    // 4i..4i+3, column 2v + j in its low half and column 2v + j + 4 in its high half.
+    int16x8x2_t t16[4];
+    for (int i = 0; i < 4; ++i) t16[i] = vtrnq_s16(r[2 * i], r[2 * i + 1]);
+    int32x4x2_t t32[4];
+    for (int i = 0; i < 2; ++i) {
+        for (int j = 0; j < 2; ++j) {
+            t32[2 * i + j] = vtrnq_s32(vreinterpretq_s32_s16(t16[2 * i].val[j]),
+                                       vreinterpretq_s32_s16(t16[2 * i + 1].val[j]));
+        }
+    }
+    for (int v = 0; v < 2; ++v) {
+        for (int j = 0; j < 2; ++j) {
+            const int16x8_t top = vreinterpretq_s16_s32(t32[j].val[v]);
+            const int16x8_t bottom = vreinterpretq_s16_s32(t32[2 + j].val[v]);
+            r[2 * v + j] = vcombine_s16(vget_low_s16(top), vget_low_s16(bottom));
+            r[4 + 2 * v + j] = vcombine_s16(vget_high_s16(top), vget_high_s16(bottom));
+        }
+    }
+}
+
+// Lanes of a, then lanes of b, each clamped to 0..255.
+inline Bytes narrow_unsigned(V a, V b) { return vcombine_u8(vqmovun_s16(a), vqmovun_s16(b)); }
+
+// Bytes 8 * half .. 8 * half + 7 of b to dst.
+inline void store8(uint8_t *dst, Bytes b, int half) { vst1_u8(dst, half == 0 ? vget_low_u8(b) : vget_high_u8(b)); }
+
+// Bytes 4 * quarter .. 4 * quarter + 3 of b to dst.
+inline void store4(uint8_t *dst, Bytes b, int quarter) {
+    uint8_t all[16];
+    vst1q_u8(all, b);
+    std::memcpy(dst, all + 4 * quarter, 4);
+}
+
+}  // namespace kovra::jpeg::lanes
+
+#endif
