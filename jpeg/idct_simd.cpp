@@ -13,11 +13,13 @@
 // value fits in 16 bits, provided every value that a product takes, and every output, does too.
 // In a line transform those are linear in the inputs x_k, apart from the truncation of at most
 // three products: each is at most sum_k K_k |x_k| + 3 in magnitude, where K_k, the largest weight
-// any of them gives input k, is 1, 1, 1, 1.18, 1, 1.77, 2.41, 5.03. lines_fit() bounds that sum
-// on the actual inputs of each pass, the dequantised coefficients and then the workspace rows;
-// a block that fails (none of the corpus's 2.3 million blocks does) goes to the scalar core. The
-// dequantisation is 32-bit arithmetic saturated to 16 bits, and a saturated value fails the
-// bound, in pass 1, or in pass 2 as the value a column without AC terms leaves in the workspace.
+// any of them gives input k, is 1, 1, 1, 302/256, 1, 452/256, 618/256, 1287/256. So a column c
+// of the workspace is at most B_c = sum_k K_k |p_kc| + 3 (p the dequantised coefficients, k the
+// row), and every value of pass 2 at most sum_c K_c B_c + 3 < T + 47, with
+// T = sum_k sum_c K_k K_c |p_kc|; averaging rows keeps within the same bounds. block_fits()
+// checks T < 32704 on the dequantised block; a block that fails (8 of the corpus's 2.3 million
+// blocks do) goes to the scalar core. The dequantisation is 32-bit arithmetic saturated to 16
+// bits, and a saturated value fails the check.
 //
 // The range-limit lookup is a saturating narrowing of (sum >> 5) + 128: the table holds that
 // clamp (range_limit.h), and the caller's table is not read.
@@ -38,19 +40,34 @@ namespace {
 using lanes::Lanes;
 using Rows = Lanes[8];
 
-// K_k / 8 in 1/65536: (|x| * kWeight[k]) >> 16 is K_k |x_k| / 8, less by under 1.
-constexpr uint16_t kWeight[8] = {8192, 8192, 8192, 9664, 8192, 14464, 19776, 41184};
-// With every lane's sum of those at most this, sum_k K_k |x_k| < 8 * (4087 + 8) = 32760.
-constexpr uint16_t kWeightedLimit = 4087;
+// K_k in 1/256.
+constexpr int kLineWeight[8] = {256, 256, 256, 302, 256, 452, 618, 1287};
 
-// Whether the eight lines with inputs x[0..N-1] (the rest zero), one per lane, stay exact in 16
-// bits.
+// K_k K_c / 64 in 1/65536, rounded up: (|p_kc| * kBlockWeight[k][c]) >> 16 is K_k K_c |p_kc| / 64,
+// less by under 1.
+struct BlockWeights {
+    int16_t row[8][8];
+};
+constexpr BlockWeights block_weights() {
+    BlockWeights w{};
+    for (int k = 0; k < 8; ++k)
+        for (int c = 0; c < 8; ++c) w.row[k][c] = static_cast<int16_t>((kLineWeight[k] * kLineWeight[c] + 63) / 64);
+    return w;
+}
+constexpr BlockWeights kBlockWeight = block_weights();
+
+// With the sum of those terms over the block at most this, T < 64 * (447 + 64) = 32704.
+constexpr uint32_t kWeightedLimit = 447;
+
+// Whether a block with dequantised rows p[0..N-1] (the rest zero) stays exact in 16 bits.
 template <int N>
-[[gnu::always_inline]] inline bool lines_fit(const Rows &x) {
-    lanes::V sum = lanes::weighted_magnitude(x[0].v, kWeight[0]);
+[[gnu::always_inline]] inline bool block_fits(const Rows &p) {
+    lanes::V sum = lanes::weighted_magnitude(p[0].v, lanes::load(kBlockWeight.row[0]));
     #pragma GCC unroll 8
-    for (int k = 1; k < N; ++k) sum = lanes::add_unsigned_saturated(sum, lanes::weighted_magnitude(x[k].v, kWeight[k]));
-    return lanes::all_at_most(sum, kWeightedLimit);
+    for (int k = 1; k < N; ++k) {
+        sum = lanes::add_unsigned_saturated(sum, lanes::weighted_magnitude(p[k].v, lanes::load(kBlockWeight.row[k])));
+    }
+    return lanes::sum_unsigned(sum) <= kWeightedLimit;
 }
 
 // What pass 1 found: a block with nothing but its DC term, the workspace (its columns 4..7 zero
@@ -63,7 +80,7 @@ template <int N>
     Rows p;
     #pragma GCC unroll 8
     for (int k = 0; k < N; ++k) p[k] = lanes::dequantised(c[k], multipliers + 8 * k);
-    if (!lines_fit<N>(p)) return false;
+    if (!block_fits<N>(p)) return false;
     Aan::line<N>(p, ws, 1);
     return true;
 }
@@ -85,32 +102,38 @@ template <int N>
     } else {
         static constexpr int16_t kAc[8] = {0, -1, -1, -1, -1, -1, -1, -1};
         if (lanes::is_zero(lanes::both(c[0], lanes::load(kAc)))) return Pass1::kDcOnly;
-        const Lanes dc = lanes::dequantised(c[0], multipliers);
+        ws[0] = lanes::dequantised(c[0], multipliers);
+        fits = block_fits<1>(ws);
         #pragma GCC unroll 8
-        for (int r = 0; r < 8; ++r) ws[r] = dc;
+        for (int r = 1; r < 8; ++r) ws[r] = ws[0];
     }
     if (!fits) return Pass1::kTooLarge;
     return narrow ? Pass1::kNarrowWorkspace : Pass1::kWorkspace;
 }
 
 // Pass 2 over the transposed workspace, whose columns N..7 are zero: sums[k] holds sample k of
-// each lane's row, still with its 5 fraction bits; false where a row would not fit in 16 bits.
+// each lane's row, still with its 5 fraction bits.
 template <int N>
-[[gnu::always_inline]] inline bool rows_of(Rows &ws, Rows &sums) {
+[[gnu::always_inline]] inline void rows_of(Rows &ws, Rows &sums) {
     lanes::V t[8];
     #pragma GCC unroll 8
     for (int k = 0; k < 8; ++k) t[k] = ws[k].v;
     lanes::transpose(t);
     #pragma GCC unroll 8
     for (int k = 0; k < N; ++k) ws[k] = t[k];
-    if (!lines_fit<N>(ws)) return false;
     Aan::line<N>(ws, sums, 1);
-    return true;
 }
 
+// Pass 2 where pass 1 gave a workspace.
 [[gnu::always_inline]] inline bool rows(Pass1 pass1, Rows &ws, Rows &sums) {
-    if (pass1 == Pass1::kNarrowWorkspace) return rows_of<4>(ws, sums);
-    return pass1 == Pass1::kWorkspace && rows_of<8>(ws, sums);
+    if (pass1 == Pass1::kNarrowWorkspace) {
+        rows_of<4>(ws, sums);
+    } else if (pass1 == Pass1::kWorkspace) {
+        rows_of<8>(ws, sums);
+    } else {
+        return false;
+    }
+    return true;
 }
 
 // The sample of a block with nothing but its DC term.

@@ -42,18 +42,22 @@ inline bool is_zero(V a) {
 // Whether lanes 4..7 are zero.
 inline bool high_half_zero(V a) { return vgetq_lane_s64(vreinterpretq_s64_s16(a), 1) == 0; }
 
-// (|a| * w) >> 16 as an unsigned lane, |-32768| counting as 32767.
-inline V weighted_magnitude(V a, uint16_t w) {
+// (|a| * w) >> 16 lane by lane, unsigned, |-32768| counting as 32767.
+inline V weighted_magnitude(V a, V w) {
     const uint16x8_t magnitude = vreinterpretq_u16_s16(vqabsq_s16(a));
-    const uint32x4_t low = vmull_n_u16(vget_low_u16(magnitude), w);
-    const uint32x4_t high = vmull_n_u16(vget_high_u16(magnitude), w);
+    const uint16x8_t weight = vreinterpretq_u16_s16(w);
+    const uint32x4_t low = vmull_u16(vget_low_u16(magnitude), vget_low_u16(weight));
+    const uint32x4_t high = vmull_u16(vget_high_u16(magnitude), vget_high_u16(weight));
     return vreinterpretq_s16_u16(vcombine_u16(vshrn_n_u32(low, 16), vshrn_n_u32(high, 16)));
 }
 inline V add_unsigned_saturated(V a, V b) {
     return vreinterpretq_s16_u16(vqaddq_u16(vreinterpretq_u16_s16(a), vreinterpretq_u16_s16(b)));
 }
-inline bool all_at_most(V a, uint16_t limit) {
-    return is_zero(vreinterpretq_s16_u16(vqsubq_u16(vreinterpretq_u16_s16(a), vdupq_n_u16(limit))));
+
+// The sum of the lanes, unsigned.
+inline uint32_t sum_unsigned(V a) {
+    const uint64x2_t pairs = vpaddlq_u32(vpaddlq_u16(vreinterpretq_u16_s16(a)));
+    return static_cast<uint32_t>(vgetq_lane_u64(pairs, 0) + vgetq_lane_u64(pairs, 1));
 }
 
 // Lane i: (c_i * q[i], wrapped to 32 bits) >> 10, saturated to 16 bits.

@@ -40,14 +40,20 @@ inline bool is_zero(V a) { return _mm_movemask_epi8(_mm_cmpeq_epi16(a, _mm_setze
 // Whether lanes 4..7 are zero.
 inline bool high_half_zero(V a) { return (_mm_movemask_epi8(_mm_cmpeq_epi16(a, _mm_setzero_si128())) & 0xFF00) == 0xFF00; }
 
-// (|a| * w) >> 16 as an unsigned lane, |-32768| counting as 32768.
-inline V weighted_magnitude(V a, uint16_t w) {
+// (|a| * w) >> 16 lane by lane, unsigned, |-32768| counting as 32768.
+inline V weighted_magnitude(V a, V w) {
     const V magnitude = _mm_max_epi16(a, _mm_sub_epi16(_mm_setzero_si128(), a));
-    return _mm_mulhi_epu16(magnitude, _mm_set1_epi16(static_cast<int16_t>(w)));
+    return _mm_mulhi_epu16(magnitude, w);
 }
 inline V add_unsigned_saturated(V a, V b) { return _mm_adds_epu16(a, b); }
-inline bool all_at_most(V a, uint16_t limit) {
-    return is_zero(_mm_subs_epu16(a, _mm_set1_epi16(static_cast<int16_t>(limit))));
+
+// The sum of the lanes, unsigned.
+inline uint32_t sum_unsigned(V a) {
+    const __m128i zero = _mm_setzero_si128();
+    __m128i sum = _mm_add_epi32(_mm_unpacklo_epi16(a, zero), _mm_unpackhi_epi16(a, zero));
+    sum = _mm_add_epi32(sum, _mm_shuffle_epi32(sum, 0x4E));
+    sum = _mm_add_epi32(sum, _mm_shuffle_epi32(sum, 0xB1));
+    return static_cast<uint32_t>(_mm_cvtsi128_si32(sum));
 }
 
 // The low 32 bits of each lane's product.
