@@ -51,7 +51,9 @@ struct BlockWeights {
 constexpr BlockWeights block_weights() {
     BlockWeights w{};
     for (int k = 0; k < 8; ++k)
-        for (int c = 0; c < 8; ++c) w.row[k][c] = static_cast<int16_t>((kLineWeight[k] * kLineWeight[c] + 63) / 64);
+        for (int i = 0; i < 8; ++i) {
+            w.row[k][i] = static_cast<int16_t>((kLineWeight[k] * kLineWeight[lanes::kColumnLane[i]] + 63) / 64);
+        }
     return w;
 }
 constexpr BlockWeights kBlockWeight = block_weights();
@@ -79,7 +81,9 @@ template <int N>
 [[gnu::always_inline]] inline bool columns_of(const lanes::V (&c)[8], const int32_t *multipliers, Rows &ws) {
     Rows p;
     #pragma GCC unroll 8
-    for (int k = 0; k < N; ++k) p[k] = lanes::dequantised(c[k], multipliers + 8 * k);
+    for (int k = 0; k < N; ++k) {
+        p[k] = k == 7 ? lanes::dequantised<true>(c[k], multipliers + 8 * k) : lanes::dequantised(c[k], multipliers + 8 * k);
+    }
     if (!block_fits<N>(p)) return false;
     Aan::line<N>(p, ws, 1);
     return true;
@@ -120,7 +124,7 @@ template <int N>
     for (int k = 0; k < 8; ++k) t[k] = ws[k].v;
     lanes::transpose(t);
     #pragma GCC unroll 8
-    for (int k = 0; k < N; ++k) ws[k] = t[k];
+    for (int k = 0; k < N; ++k) ws[k] = t[lanes::kColumnLane[k]];
     Aan::line<N>(ws, sums, 1);
 }
 
@@ -164,12 +168,12 @@ void idct_full_simd(const uint8_t *range_limit, const int32_t *multipliers, cons
     lanes::V s[8];
     #pragma GCC unroll 8
     for (int k = 0; k < 8; ++k) s[k] = unclamped_sample(sums[k]);
-    lanes::transpose(s);
+    lanes::Bytes row_pairs[4];
+    lanes::narrow_transposed(s, row_pairs);
     #pragma GCC unroll 4
-    for (int r = 0; r < 8; r += 2) {
-        const lanes::Bytes pair = lanes::narrow_unsigned(s[r], s[r + 1]);
-        lanes::store8(output_rows[r] + output_column, pair, 0);
-        lanes::store8(output_rows[r + 1] + output_column, pair, 1);
+    for (int j = 0; j < 4; ++j) {
+        lanes::store8(output_rows[2 * j] + output_column, row_pairs[j], 0);
+        lanes::store8(output_rows[2 * j + 1] + output_column, row_pairs[j], 1);
     }
 }
 

@@ -60,7 +60,11 @@ inline uint32_t sum_unsigned(V a) {
     return static_cast<uint32_t>(vgetq_lane_u64(pairs, 0) + vgetq_lane_u64(pairs, 1));
 }
 
+// Where dequantised() puts the coefficients of a row: in their own lanes.
+inline constexpr int kColumnLane[8] = {0, 1, 2, 3, 4, 5, 6, 7};
+
 // Lane i: (c_i * q[i], wrapped to 32 bits) >> 10, saturated to 16 bits.
+template <bool kLastRow = false>
 inline V dequantised(V c, const int32_t *q) {
     const int32x4_t low = vmulq_s32(vmovl_s16(vget_low_s16(c)), vld1q_s32(q));
     const int32x4_t high = vmulq_s32(vmovl_s16(vget_high_s16(c)), vld1q_s32(q + 4));
@@ -92,6 +96,28 @@ inline void transpose(V (&r)[8]) {
 
 // Lanes of a, then lanes of b, each clamped to 0..255.
 inline Bytes narrow_unsigned(V a, V b) { return vcombine_u8(vqmovun_s16(a), vqmovun_s16(b)); }
+
+// Eight registers of an 8 x 8 block, one column each (lane r: row r), as rows of bytes clamped to
+// 0..255: rows 2j and 2j + 1 in the low and high halves of row_pairs[j].
+inline void narrow_transposed(const V (&columns)[8], Bytes (&row_pairs)[4]) {
+    uint8x8_t c[8];
+    for (int k = 0; k < 8; ++k) c[k] = vqmovun_s16(columns[k]);
+    // Byte pairs, then pairs of pairs, then halves, swapped across the diagonal.
+    const uint8x8x2_t b01 = vtrn_u8(c[0], c[1]), b23 = vtrn_u8(c[2], c[3]);
+    const uint8x8x2_t b45 = vtrn_u8(c[4], c[5]), b67 = vtrn_u8(c[6], c[7]);
+    const uint16x4x2_t h02 = vtrn_u16(vreinterpret_u16_u8(b01.val[0]), vreinterpret_u16_u8(b23.val[0]));
+    const uint16x4x2_t h13 = vtrn_u16(vreinterpret_u16_u8(b01.val[1]), vreinterpret_u16_u8(b23.val[1]));
+    const uint16x4x2_t h46 = vtrn_u16(vreinterpret_u16_u8(b45.val[0]), vreinterpret_u16_u8(b67.val[0]));
+    const uint16x4x2_t h57 = vtrn_u16(vreinterpret_u16_u8(b45.val[1]), vreinterpret_u16_u8(b67.val[1]));
+    const uint32x2x2_t w04 = vtrn_u32(vreinterpret_u32_u16(h02.val[0]), vreinterpret_u32_u16(h46.val[0]));
+    const uint32x2x2_t w15 = vtrn_u32(vreinterpret_u32_u16(h13.val[0]), vreinterpret_u32_u16(h57.val[0]));
+    const uint32x2x2_t w26 = vtrn_u32(vreinterpret_u32_u16(h02.val[1]), vreinterpret_u32_u16(h46.val[1]));
+    const uint32x2x2_t w37 = vtrn_u32(vreinterpret_u32_u16(h13.val[1]), vreinterpret_u32_u16(h57.val[1]));
+    row_pairs[0] = vcombine_u8(vreinterpret_u8_u32(w04.val[0]), vreinterpret_u8_u32(w15.val[0]));
+    row_pairs[1] = vcombine_u8(vreinterpret_u8_u32(w26.val[0]), vreinterpret_u8_u32(w37.val[0]));
+    row_pairs[2] = vcombine_u8(vreinterpret_u8_u32(w04.val[1]), vreinterpret_u8_u32(w15.val[1]));
+    row_pairs[3] = vcombine_u8(vreinterpret_u8_u32(w26.val[1]), vreinterpret_u8_u32(w37.val[1]));
+}
 
 // Bytes 8 * half .. 8 * half + 7 of b to dst.
 inline void store8(uint8_t *dst, Bytes b, int half) { vst1_u8(dst, half == 0 ? vget_low_u8(b) : vget_high_u8(b)); }

@@ -5,6 +5,7 @@
 #if defined(__SSE2__)
 
 #include <emmintrin.h>
+#include <xmmintrin.h>
 
 #define KOVRA_IDCT_SIMD 1
 
@@ -56,20 +57,30 @@ inline uint32_t sum_unsigned(V a) {
     return static_cast<uint32_t>(_mm_cvtsi128_si32(sum));
 }
 
-// The low 32 bits of each lane's product.
-inline __m128i mul_low32(__m128i a, __m128i b) {
-    const __m128i even = _mm_mul_epu32(a, b);
-    const __m128i odd = _mm_mul_epu32(_mm_srli_epi64(a, 32), _mm_srli_epi64(b, 32));
-    return _mm_unpacklo_epi32(_mm_shuffle_epi32(even, 0x08), _mm_shuffle_epi32(odd, 0x08));
+// Where dequantised() puts the coefficients of a row: lane i holds column kColumnLane[i], and
+// column c is in lane kColumnLane[c] (the order is its own inverse).
+inline constexpr int kColumnLane[8] = {0, 2, 1, 3, 4, 6, 5, 7};
+
+// Four products c_i * q_i wrapped to 32 bits, for the signed c_0..c_3 of c and q_0..q_3 at q, in
+// lanes 0, 2, 1, 3. The unsigned 32 x 32 -> 64-bit multiply takes lanes 0 and 2; q + 1 gives q_1
+// and q_3 there, unless q_4 is not to be read.
+template <bool kQ4Readable>
+inline __m128i products4(__m128i c, const int32_t *q) {
+    const __m128i q0123 = _mm_loadu_si128(reinterpret_cast<const __m128i *>(q));
+    const __m128i q1x3x = kQ4Readable ? _mm_loadu_si128(reinterpret_cast<const __m128i *>(q + 1)) : _mm_srli_epi64(q0123, 32);
+    const __m128i even = _mm_mul_epu32(c, q0123);
+    const __m128i odd = _mm_mul_epu32(_mm_srli_epi64(c, 32), q1x3x);
+    return _mm_castps_si128(_mm_shuffle_ps(_mm_castsi128_ps(even), _mm_castsi128_ps(odd), 0x88));
 }
 
-// Lane i: (c_i * q[i], wrapped to 32 bits) >> 10, saturated to 16 bits.
+// Lane kColumnLane[i]: (c_i * q[i], wrapped to 32 bits) >> 10, saturated to 16 bits. kLastRow:
+// q[8] is past the table.
+template <bool kLastRow = false>
 inline V dequantised(V c, const int32_t *q) {
-    const __m128i c_low = _mm_srai_epi32(_mm_unpacklo_epi16(c, c), 16);
-    const __m128i c_high = _mm_srai_epi32(_mm_unpackhi_epi16(c, c), 16);
-    const __m128i q_low = _mm_loadu_si128(reinterpret_cast<const __m128i *>(q));
-    const __m128i q_high = _mm_loadu_si128(reinterpret_cast<const __m128i *>(q + 4));
-    return _mm_packs_epi32(_mm_srai_epi32(mul_low32(c_low, q_low), 10), _mm_srai_epi32(mul_low32(c_high, q_high), 10));
+    const __m128i c0123 = _mm_srai_epi32(_mm_unpacklo_epi16(c, c), 16);
+    const __m128i c4567 = _mm_srai_epi32(_mm_unpackhi_epi16(c, c), 16);
+    return _mm_packs_epi32(_mm_srai_epi32(products4<true>(c0123, q), 10),
+                           _mm_srai_epi32(products4<!kLastRow>(c4567, q + 4), 10));
 }
 
 // Registers r[0..7] as the rows of an 8 x 8 matrix, transposed in place.
@@ -91,9 +102,30 @@ inline void transpose(V (&r)[8]) {
 // Lanes of a, then lanes of b, each clamped to 0..255.
 inline Bytes narrow_unsigned(V a, V b) { return _mm_packus_epi16(a, b); }
 
+// Eight registers of an 8 x 8 block, one column each (lane r: row r), as rows of bytes clamped to
+// 0..255: rows 2j and 2j + 1 in the low and high halves of row_pairs[j].
+inline void narrow_transposed(const V (&columns)[8], Bytes (&row_pairs)[4]) {
+    const __m128i c01 = _mm_packus_epi16(columns[0], columns[1]), c23 = _mm_packus_epi16(columns[2], columns[3]);
+    const __m128i c45 = _mm_packus_epi16(columns[4], columns[5]), c67 = _mm_packus_epi16(columns[6], columns[7]);
+    // Column pairs (0, 2), (1, 3), (4, 6), (5, 7) row by row, then rows 0..3 and 4..7 of columns
+    // 0..3 and 4..7, then whole rows.
+    const __m128i a02 = _mm_unpacklo_epi8(c01, c23), a13 = _mm_unpackhi_epi8(c01, c23);
+    const __m128i a46 = _mm_unpacklo_epi8(c45, c67), a57 = _mm_unpackhi_epi8(c45, c67);
+    const __m128i top_left = _mm_unpacklo_epi8(a02, a13), bottom_left = _mm_unpackhi_epi8(a02, a13);
+    const __m128i top_right = _mm_unpacklo_epi8(a46, a57), bottom_right = _mm_unpackhi_epi8(a46, a57);
+    row_pairs[0] = _mm_unpacklo_epi32(top_left, top_right);
+    row_pairs[1] = _mm_unpackhi_epi32(top_left, top_right);
+    row_pairs[2] = _mm_unpacklo_epi32(bottom_left, bottom_right);
+    row_pairs[3] = _mm_unpackhi_epi32(bottom_left, bottom_right);
+}
+
 // Bytes 8 * half .. 8 * half + 7 of b to dst.
 inline void store8(uint8_t *dst, Bytes b, int half) {
-    _mm_storel_epi64(reinterpret_cast<__m128i *>(dst), half == 0 ? b : _mm_unpackhi_epi64(b, b));
+    if (half == 0) {
+        _mm_storel_epi64(reinterpret_cast<__m128i *>(dst), b);
+    } else {
+        _mm_storeh_pi(reinterpret_cast<__m64 *>(dst), _mm_castsi128_ps(b));
+    }
 }
 
 // Bytes 4 * quarter .. 4 * quarter + 3 of b to dst.
