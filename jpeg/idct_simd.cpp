@@ -16,13 +16,14 @@
 // any of them gives input k, is 1, 1, 1, 302/256, 1, 452/256, 618/256, 1287/256. So a column c
 // of the workspace is at most B_c = sum_k K_k |p_kc| + 3 (p the dequantised coefficients, k the
 // row), and every value of pass 2 at most sum_c K_c B_c + 3 < T + 47, with
-// T = sum_k sum_c K_k K_c |p_kc|; averaging rows keeps within the same bounds. block_fits()
-// checks T < 32704 on the dequantised block; a block that fails (8 of the corpus's 2.3 million
-// blocks do) goes to the scalar core. The dequantisation is 32-bit arithmetic saturated to 16
-// bits, and a saturated value fails the check.
+// T = sum_k sum_c K_k K_c |p_kc|; averaging rows keeps within the same bounds. Pass 2 adds the
+// level shift, 128 << 5, to its DC input, which every output carries once: 4096 more on the
+// outputs. block_fits() checks T < 28608 on the dequantised block; a block that fails (none of
+// the corpus's 2.3 million blocks) goes to the scalar core. The dequantisation is 32-bit
+// arithmetic saturated to 16 bits, and a saturated value fails the check.
 //
-// The range-limit lookup is a saturating narrowing of (sum >> 5) + 128: the table holds that
-// clamp (range_limit.h), and the caller's table is not read.
+// The range-limit lookup is then a saturating narrowing of sum >> 5: the table holds that clamp
+// (range_limit.h), and the caller's table is not read.
 
 #include "jpeg/idct_simd.h"
 
@@ -58,8 +59,9 @@ constexpr BlockWeights block_weights() {
 }
 constexpr BlockWeights kBlockWeight = block_weights();
 
-// With the sum of those terms over the block at most this, T < 64 * (447 + 64) = 32704.
-constexpr uint32_t kWeightedLimit = 447;
+// With the sum of those terms over the block at most this, T < 64 * (383 + 64) = 28608, so that
+// T + 47 + 4096 < 32768.
+constexpr uint32_t kWeightedLimit = 383;
 
 // Whether a block with dequantised rows p[0..N-1] (the rest zero) stays exact in 16 bits.
 template <int N>
@@ -116,7 +118,7 @@ template <int N>
 }
 
 // Pass 2 over the transposed workspace, whose columns N..7 are zero: sums[k] holds sample k of
-// each lane's row, still with its 5 fraction bits.
+// each lane's row, level-shifted, still with its 5 fraction bits.
 template <int N>
 [[gnu::always_inline]] inline void rows_of(Rows &ws, Rows &sums) {
     lanes::V t[8];
@@ -125,6 +127,7 @@ template <int N>
     lanes::transpose(t);
     #pragma GCC unroll 8
     for (int k = 0; k < N; ++k) ws[k] = t[lanes::kColumnLane[k]];
+    ws[0] = ws[0] + Lanes(128 << 5);
     Aan::line<N>(ws, sums, 1);
 }
 
@@ -145,10 +148,8 @@ inline uint8_t dc_sample(const uint8_t *range_limit, const int32_t *multipliers,
     return range_limit[aan_index(aan_input(coefficients, multipliers, 0))];
 }
 
-// The sample of a sum: (sum >> 5) + 128, to be clamped to 0..255.
-[[gnu::always_inline]] inline lanes::V unclamped_sample(Lanes sum) {
-    return lanes::add(lanes::shift_right<5>(sum.v), lanes::splat(128));
-}
+// The sample of a level-shifted sum, to be clamped to 0..255.
+[[gnu::always_inline]] inline lanes::V unclamped_sample(Lanes sum) { return lanes::shift_right<5>(sum.v); }
 
 }  // namespace
 
