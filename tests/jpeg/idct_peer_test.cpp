@@ -7,9 +7,7 @@
 
 #include <gtest/gtest.h>
 
-#include <csetjmp>
 #include <cstdio>
-#include <memory>
 #include <vector>
 
 extern "C" {
@@ -22,74 +20,13 @@ void jpeg_idct_1x1(j_decompress_ptr, jpeg_component_info *, JCOEFPTR, JSAMPARRAY
 }
 
 #include "idct_support.h"
+#include "jpeg_blocks.h"
 #include "support/corpus.h"
 
 namespace kovra::test::idct {
 namespace {
 
 using PeerIdct = void (*)(j_decompress_ptr, jpeg_component_info *, JCOEFPTR, JSAMPARRAY, JDIMENSION);
-using Table16 = std::array<int16_t, 64>;
-
-struct Component {
-    Quant quant{};
-    Table16 ifast{};
-    std::vector<Block> blocks;
-};
-
-// A decompressor whose errors jump back and whose warnings are counted.
-struct Decompressor {
-    jpeg_decompress_struct cinfo{};
-    jpeg_error_mgr err{};
-    jmp_buf jump{};
-
-    explicit Decompressor(const std::vector<uint8_t> &jpeg) {
-        cinfo.err = jpeg_std_error(&err);
-        err.error_exit = [](j_common_ptr c) { longjmp(reinterpret_cast<Decompressor *>(c->client_data)->jump, 1); };
-        err.output_message = [](j_common_ptr) {};
-        cinfo.client_data = this;
-        jpeg_create_decompress(&cinfo);
-        jpeg_mem_src(&cinfo, jpeg.data(), static_cast<unsigned long>(jpeg.size()));
-    }
-    ~Decompressor() { jpeg_destroy_decompress(&cinfo); }
-};
-
-// Starts an ifast decode: libjpeg-turbo derives the ifast multipliers and its range-limit table.
-bool start_ifast(Decompressor &d) {
-    if (setjmp(d.jump)) return false;
-    jpeg_read_header(&d.cinfo, TRUE);
-    d.cinfo.dct_method = JDCT_IFAST;
-    jpeg_start_decompress(&d.cinfo);
-    return d.err.num_warnings == 0;
-}
-
-// Up to max_blocks blocks per component, with the component's tables; false when the file reads
-// with an error or a warning.
-bool read_components(const std::vector<uint8_t> &jpeg, size_t max_blocks, std::vector<Component> &out) {
-    Decompressor coefficients(jpeg), ifast(jpeg);
-    if (!start_ifast(ifast) || setjmp(coefficients.jump)) return false;
-    jpeg_read_header(&coefficients.cinfo, TRUE);
-    jvirt_barray_ptr *arrays = jpeg_read_coefficients(&coefficients.cinfo);
-    if (coefficients.err.num_warnings != 0) return false;
-    for (int ci = 0; ci < coefficients.cinfo.num_components; ++ci) {
-        const jpeg_component_info &comp = coefficients.cinfo.comp_info[ci];
-        if (comp.quant_table == nullptr) return false;
-        Component c;
-        for (int i = 0; i < 64; ++i) c.quant[i] = comp.quant_table->quantval[i];
-        const auto *ifast_table = static_cast<const int16_t *>(ifast.cinfo.comp_info[ci].dct_table);
-        std::copy(ifast_table, ifast_table + 64, c.ifast.begin());
-        for (JDIMENSION row = 0; row < comp.height_in_blocks && c.blocks.size() < max_blocks; ++row) {
-            auto *common = reinterpret_cast<j_common_ptr>(&coefficients.cinfo);
-            JBLOCKARRAY line = coefficients.cinfo.mem->access_virt_barray(common, arrays[ci], row, 1, FALSE);
-            for (JDIMENSION col = 0; col < comp.width_in_blocks && c.blocks.size() < max_blocks; ++col) {
-                Block b;
-                std::copy(line[0][col], line[0][col] + 64, b.begin());
-                c.blocks.push_back(b);
-            }
-        }
-        out.push_back(std::move(c));
-    }
-    return true;
-}
 
 // One 8 x 8 grey image coded with the given quantisation table.
 std::vector<uint8_t> encode_with(const Quant &quant) {

@@ -1,0 +1,49 @@
+// The quantised coefficient blocks of a JPEG as libjpeg-turbo reads them, with each component's
+// quantisation steps and the ifast multipliers libjpeg-turbo derives from them: for the tests and
+// the benchmark that compare the inverse DCTs with libjpeg-turbo's (never part of the library).
+#pragma once
+
+#include <array>
+#include <csetjmp>
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>  // jpeglib.h needs FILE and size_t first
+#include <vector>
+
+extern "C" {
+#include <jpeglib.h>
+}
+
+namespace kovra::test::idct {
+
+using Block = std::array<int16_t, 64>;
+using Quant = std::array<uint16_t, 64>;
+using Table16 = std::array<int16_t, 64>;
+
+struct Component {
+    Quant quant{};
+    Table16 ifast{};  // libjpeg-turbo's ifast multipliers (2 fraction bits)
+    std::vector<Block> blocks;
+};
+
+// A decompressor over a JPEG in memory, whose errors jump back and whose warnings are counted.
+struct Decompressor {
+    jpeg_decompress_struct cinfo{};
+    jpeg_error_mgr err{};
+    jmp_buf jump{};
+
+    explicit Decompressor(const std::vector<uint8_t> &jpeg);
+    ~Decompressor();
+    Decompressor(const Decompressor &) = delete;
+    Decompressor &operator=(const Decompressor &) = delete;
+};
+
+// Starts an ifast decode: libjpeg-turbo derives the ifast multipliers and its range-limit table.
+// False on an error or a warning.
+bool start_ifast(Decompressor &d);
+
+// Up to max_blocks blocks per component, with the component's tables; false when the file reads
+// with an error or a warning (its blocks need not be legal).
+bool read_components(const std::vector<uint8_t> &jpeg, size_t max_blocks, std::vector<Component> &out);
+
+}  // namespace kovra::test::idct
