@@ -97,14 +97,19 @@ template <int N>
     lanes::V c[8];
     #pragma GCC unroll 8
     for (int k = 0; k < 8; ++k) c[k] = lanes::load(coefficients + 8 * k);
-    const lanes::V middle = lanes::either(lanes::either(c[1], c[2]), c[3]);
-    const lanes::V bottom = lanes::either(lanes::either(c[4], c[5]), lanes::either(c[6], c[7]));
-    const bool narrow = lanes::high_half_zero(lanes::either(c[0], lanes::either(middle, bottom)));
+    const lanes::V rows23 = lanes::either(c[2], c[3]), rows45 = lanes::either(c[4], c[5]);
+    const lanes::V rows67 = lanes::either(c[6], c[7]);
+    const lanes::V any = lanes::either(lanes::either(c[0], c[1]), lanes::either(rows23, lanes::either(rows45, rows67)));
+    const bool narrow = lanes::high_half_zero(any);
     bool fits = true;
-    if (!lanes::is_zero(bottom)) {
+    if (!lanes::is_zero(rows67)) {
         fits = columns_of<8>(c, multipliers, ws);
-    } else if (!lanes::is_zero(middle)) {
+    } else if (!lanes::is_zero(rows45)) {
+        fits = columns_of<6>(c, multipliers, ws);
+    } else if (!lanes::is_zero(rows23)) {
         fits = columns_of<4>(c, multipliers, ws);
+    } else if (!lanes::is_zero(c[1])) {
+        fits = columns_of<2>(c, multipliers, ws);
     } else {
         static constexpr int16_t kAc[8] = {0, -1, -1, -1, -1, -1, -1, -1};
         if (lanes::is_zero(lanes::both(c[0], lanes::load(kAc)))) return Pass1::kDcOnly;
