@@ -153,6 +153,34 @@ inline uint8_t dc_sample(const uint8_t *range_limit, const int32_t *multipliers,
     return range_limit[aan_index(aan_input(coefficients, multipliers, 0))];
 }
 
+// Both passes of a full-size (kSize 8) or half-size (kSize 4) output: true with the sums of the
+// block, or false when it is done here, a block with nothing but its DC term written as kSize
+// rows of its sample, and a block that does not fit in 16 bits handed to the scalar core.
+template <int kSize>
+[[gnu::always_inline]] inline bool sums_of(const uint8_t *range_limit, const int32_t *multipliers,
+                                           const int16_t *coefficients, uint8_t **output_rows,
+                                           uint32_t output_column, Rows &sums) {
+    Rows ws;
+    const Pass1 pass1 = columns(coefficients, multipliers, ws);
+    if (pass1 == Pass1::kDcOnly) {
+        const uint8_t dc = dc_sample(range_limit, multipliers, coefficients);
+        for (int r = 0; r < kSize; ++r) std::memset(output_rows[r] + output_column, dc, kSize);
+        return false;
+    }
+    if (kSize == 4 && pass1 != Pass1::kTooLarge) {
+        #pragma GCC unroll 4
+        for (int j = 0; j < 4; ++j) ws[j] = lanes::half_sum(ws[2 * j].v, ws[2 * j + 1].v);
+        #pragma GCC unroll 4
+        for (int j = 4; j < 8; ++j) ws[j] = lanes::splat(0);
+    }
+    if (!rows(pass1, ws, sums)) {
+        (kSize == 8 ? idct_full_scalar : idct_2to1_scalar)(range_limit, multipliers, coefficients, output_rows,
+                                                            output_column);
+        return false;
+    }
+    return true;
+}
+
 // The sample of a level-shifted sum, to be clamped to 0..255.
 [[gnu::always_inline]] inline lanes::V unclamped_sample(Lanes sum) { return lanes::shift_right<5>(sum.v); }
 
@@ -160,17 +188,8 @@ inline uint8_t dc_sample(const uint8_t *range_limit, const int32_t *multipliers,
 
 void idct_full_simd(const uint8_t *range_limit, const int32_t *multipliers, const int16_t *coefficients,
                     uint8_t **output_rows, uint32_t output_column) {
-    Rows ws, sums;
-    const Pass1 pass1 = columns(coefficients, multipliers, ws);
-    if (pass1 == Pass1::kDcOnly) {
-        const uint8_t dc = dc_sample(range_limit, multipliers, coefficients);
-        for (int r = 0; r < 8; ++r) std::memset(output_rows[r] + output_column, dc, 8);
-        return;
-    }
-    if (!rows(pass1, ws, sums)) {
-        idct_full_scalar(range_limit, multipliers, coefficients, output_rows, output_column);
-        return;
-    }
+    Rows sums;
+    if (!sums_of<8>(range_limit, multipliers, coefficients, output_rows, output_column, sums)) return;
     lanes::V s[8];
     #pragma GCC unroll 8
     for (int k = 0; k < 8; ++k) s[k] = unclamped_sample(sums[k]);
@@ -185,23 +204,8 @@ void idct_full_simd(const uint8_t *range_limit, const int32_t *multipliers, cons
 
 void idct_2to1_simd(const uint8_t *range_limit, const int32_t *multipliers, const int16_t *coefficients,
                     uint8_t **output_rows, uint32_t output_column) {
-    Rows ws, sums;
-    const Pass1 pass1 = columns(coefficients, multipliers, ws);
-    if (pass1 == Pass1::kDcOnly) {
-        const uint8_t dc = dc_sample(range_limit, multipliers, coefficients);
-        for (int j = 0; j < 4; ++j) std::memset(output_rows[j] + output_column, dc, 4);
-        return;
-    }
-    if (pass1 != Pass1::kTooLarge) {
-        #pragma GCC unroll 4
-        for (int j = 0; j < 4; ++j) ws[j] = lanes::half_sum(ws[2 * j].v, ws[2 * j + 1].v);
-        #pragma GCC unroll 4
-        for (int j = 4; j < 8; ++j) ws[j] = lanes::splat(0);
-    }
-    if (!rows(pass1, ws, sums)) {
-        idct_2to1_scalar(range_limit, multipliers, coefficients, output_rows, output_column);
-        return;
-    }
+    Rows sums;
+    if (!sums_of<4>(range_limit, multipliers, coefficients, output_rows, output_column, sums)) return;
     // Output column i (one output row per lane) averages the samples of columns 2i and 2i + 1.
     lanes::V out[8];
     #pragma GCC unroll 4

@@ -74,38 +74,17 @@ std::vector<uint8_t> read_bytes(const std::filesystem::path &path) {
 // A 512 x 512 grey image of smooth gradients, edges and some noise, coded at quality 85.
 std::vector<uint8_t> synthetic_jpeg() {
     constexpr int kSize = 512;
-    std::vector<JSAMPLE> pixels(kSize * kSize);
+    std::vector<uint8_t> pixels(kSize * kSize);
     uint32_t noise = 1;
     for (int y = 0; y < kSize; ++y) {
         for (int x = 0; x < kSize; ++x) {
             noise = noise * 1664525u + 1013904223u;
             const double smooth = 128 + 90 * std::sin(x / 37.0) * std::cos(y / 23.0);
             const double edge = ((x / 64 + y / 48) % 3 == 0) ? 40 : 0;
-            pixels[y * kSize + x] = static_cast<JSAMPLE>(std::clamp(smooth + edge + (noise >> 28), 0.0, 255.0));
+            pixels[y * kSize + x] = static_cast<uint8_t>(std::clamp(smooth + edge + (noise >> 28), 0.0, 255.0));
         }
     }
-    jpeg_compress_struct c{};
-    jpeg_error_mgr err{};
-    c.err = jpeg_std_error(&err);
-    jpeg_create_compress(&c);
-    unsigned char *data = nullptr;
-    unsigned long size = 0;
-    jpeg_mem_dest(&c, &data, &size);
-    c.image_width = c.image_height = kSize;
-    c.input_components = 1;
-    c.in_color_space = JCS_GRAYSCALE;
-    jpeg_set_defaults(&c);
-    jpeg_set_quality(&c, 85, TRUE);
-    jpeg_start_compress(&c, TRUE);
-    while (c.next_scanline < kSize) {
-        JSAMPROW row = &pixels[c.next_scanline * kSize];
-        jpeg_write_scanlines(&c, &row, 1);
-    }
-    jpeg_finish_compress(&c);
-    jpeg_destroy_compress(&c);
-    std::vector<uint8_t> jpeg(data, data + size);
-    std::free(data);
-    return jpeg;
+    return encode_grey(kSize, pixels, nullptr, 85);
 }
 
 Blocks load_blocks(const std::filesystem::path &corpus, const char *&source) {

@@ -29,30 +29,7 @@ namespace {
 using PeerIdct = void (*)(j_decompress_ptr, jpeg_component_info *, JCOEFPTR, JSAMPARRAY, JDIMENSION);
 
 // One 8 x 8 grey image coded with the given quantisation table.
-std::vector<uint8_t> encode_with(const Quant &quant) {
-    jpeg_compress_struct c{};
-    jpeg_error_mgr err{};
-    c.err = jpeg_std_error(&err);
-    jpeg_create_compress(&c);
-    unsigned char *data = nullptr;
-    unsigned long size = 0;
-    jpeg_mem_dest(&c, &data, &size);
-    c.image_width = c.image_height = 8;
-    c.input_components = 1;
-    c.in_color_space = JCS_GRAYSCALE;
-    jpeg_set_defaults(&c);
-    unsigned int table[64];
-    std::copy(quant.begin(), quant.end(), table);
-    jpeg_add_quant_table(&c, 0, table, 100, TRUE);
-    jpeg_start_compress(&c, TRUE);
-    JSAMPLE row[8] = {};
-    for (JSAMPROW p = row; c.next_scanline < 8;) jpeg_write_scanlines(&c, &p, 1);
-    jpeg_finish_compress(&c);
-    jpeg_destroy_compress(&c);
-    std::vector<uint8_t> jpeg(data, data + size);
-    free(data);
-    return jpeg;
-}
+std::vector<uint8_t> encode_with(const Quant &quant) { return encode_grey(8, std::vector<uint8_t>(64), &quant); }
 
 // libjpeg-turbo's side: its range-limit table lives in a started decompressor.
 class Peer {

@@ -1,6 +1,7 @@
 #include "jpeg_blocks.h"
 
 #include <algorithm>
+#include <cstdlib>
 
 namespace kovra::test::idct {
 
@@ -21,6 +22,37 @@ bool start_ifast(Decompressor &d) {
     d.cinfo.dct_method = JDCT_IFAST;
     jpeg_start_decompress(&d.cinfo);
     return d.err.num_warnings == 0;
+}
+
+std::vector<uint8_t> encode_grey(int size, const std::vector<uint8_t> &samples, const Quant *quant, int quality) {
+    jpeg_compress_struct c{};
+    jpeg_error_mgr err{};
+    c.err = jpeg_std_error(&err);
+    jpeg_create_compress(&c);
+    unsigned char *data = nullptr;
+    unsigned long length = 0;
+    jpeg_mem_dest(&c, &data, &length);
+    c.image_width = c.image_height = static_cast<JDIMENSION>(size);
+    c.input_components = 1;
+    c.in_color_space = JCS_GRAYSCALE;
+    jpeg_set_defaults(&c);
+    if (quant != nullptr) {
+        unsigned int table[64];
+        std::copy(quant->begin(), quant->end(), table);
+        jpeg_add_quant_table(&c, 0, table, 100, TRUE);
+    } else {
+        jpeg_set_quality(&c, quality, TRUE);
+    }
+    jpeg_start_compress(&c, TRUE);
+    while (c.next_scanline < c.image_height) {
+        JSAMPROW row = const_cast<JSAMPROW>(&samples[c.next_scanline * static_cast<size_t>(size)]);
+        jpeg_write_scanlines(&c, &row, 1);
+    }
+    jpeg_finish_compress(&c);
+    jpeg_destroy_compress(&c);
+    std::vector<uint8_t> jpeg(data, data + length);
+    std::free(data);
+    return jpeg;
 }
 
 bool read_components(const std::vector<uint8_t> &jpeg, size_t max_blocks, std::vector<Component> &out) {

@@ -42,6 +42,10 @@ struct Decompressor {
 // False on an error or a warning.
 bool start_ifast(Decompressor &d);
 
+// A square grey image of size x size samples (row by row) coded as a baseline JPEG, with the
+// quantisation table `quant`, or libjpeg-turbo's own scaled to `quality` where quant is null.
+std::vector<uint8_t> encode_grey(int size, const std::vector<uint8_t> &samples, const Quant *quant, int quality = 75);
+
 // Up to max_blocks blocks per component, with the component's tables; false when the file reads
 // with an error or a warning (its blocks need not be legal).
 bool read_components(const std::vector<uint8_t> &jpeg, size_t max_blocks, std::vector<Component> &out);
