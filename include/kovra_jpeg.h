@@ -452,7 +452,9 @@ KOVRA_API void DALTJ_YcbcrWriteOutput1to1_YUV422_H1V2(DALTJ_DecoderInfo *ctx);
 
 /* ---- Inverse DCTs (DALTJ_IdctFn) ----
  * They trust their arguments; for any coefficients and multipliers, a table built as the library
- * builds it is never read outside its bounds. */
+ * builds it is never read outside its bounds. Where the build has a vector unit (SSE2, NEON),
+ * DALTJ_DoIdct, DALTJ_DoIdct8By8 and DALTJ_DoIdct_2to1 mostly compute the clamp such a table
+ * holds instead of reading it. */
 /* Full size, AAN transform: multipliers carry the AAN scale factors and 10 more bits. */
 KOVRA_API void DALTJ_DoIdct(const uint8_t *rangeLimit, const int32_t *multipliers, const int16_t *coefficients,
                             uint8_t **outputRows, uint32_t outputColumn);
