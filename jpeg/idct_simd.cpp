@@ -163,8 +163,9 @@ template <int kSize>
     Rows ws;
     const Pass1 pass1 = columns(coefficients, multipliers, ws);
     if (pass1 == Pass1::kDcOnly) {
-        const uint8_t dc = dc_sample(range_limit, multipliers, coefficients);
-        for (int r = 0; r < kSize; ++r) std::memset(output_rows[r] + output_column, dc, kSize);
+        // kSize copies of the sample as one store a row.
+        const uint64_t dc = dc_sample(range_limit, multipliers, coefficients) * 0x0101010101010101u;
+        for (int r = 0; r < kSize; ++r) std::memcpy(output_rows[r] + output_column, &dc, kSize);
         return false;
     }
     if (kSize == 4 && pass1 != Pass1::kTooLarge) {
