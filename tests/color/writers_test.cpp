@@ -70,6 +70,7 @@ TEST(OneToOne, Format15CopiesWholeRowsWithoutARegionOffset) {
     EXPECT_EQ(scene.planes[1], run(100, 3));
     EXPECT_EQ(scene.planes[2], run(200, 3));
     EXPECT_EQ(scene.ctx.outCr, scene.planes[2].data() + 3);
+    EXPECT_EQ(scene.ctx.outY, scene.planes[0].data() + 3);
 }
 
 // A format a writer does not write: nothing written, only the row count and, for the planar
@@ -185,8 +186,9 @@ TEST(OneToOne, DriverWritesEveryRowOrCountsTheRowsOfASelectedCall) {
     EXPECT_EQ(DALTJ_DoFastYcbcrToRgb(&scene.ctx, nullptr, 3), 0);
     EXPECT_EQ(scene.ctx.outputRowsWritten, 0u);
     EXPECT_EQ(scene.ctx.rowGroupPending, 0);
-    DALTJ_DoFastYcbcrToRgb(&scene.ctx, nullptr, 2);
-    EXPECT_EQ(scene.ctx.outputRowsWritten, 2u);
+    DALTJ_DoFastYcbcrToRgb(&scene.ctx, nullptr, 1);
+    DALTJ_DoFastYcbcrToRgb(&scene.ctx, nullptr, 1);  // from row 4: not selected
+    EXPECT_EQ(scene.ctx.outputRowsWritten, 1u);
     EXPECT_EQ(scene.ctx.inputRow, 5);
 
     scene.ctx.writeEnabled = 1;
@@ -196,7 +198,7 @@ TEST(OneToOne, DriverWritesEveryRowOrCountsTheRowsOfASelectedCall) {
     DALTJ_DoFastYcbcrToRgb(&scene.ctx, nullptr, 2);
     EXPECT_EQ(scene.planes[0], bytes({255, 4, 4, 4, 255, 5, 5, 5, 255, 6, 6, 6, 255, 7, 7, 7}));
     EXPECT_EQ(scene.rows.sampleRowIndex, 2);
-    EXPECT_EQ(scene.ctx.outputRowsWritten, 4u);
+    EXPECT_EQ(scene.ctx.outputRowsWritten, 3u);
     EXPECT_EQ(DALTJ_DoFastYcbcrToRgb(&scene.ctx, nullptr, 0), 0);
     EXPECT_EQ(scene.ctx.inputRow, 7);
 }
@@ -306,17 +308,19 @@ TEST(FourComponents, CmykAndYcckArithmetic) {
 }
 
 // One pixel taken at both horizontal quarter points of a 1-wide output row whose upper point
-// alone lies in the first source row: RGB adds its packed word, CMYK its doubled word, once per
-// point.
+// alone lies in the first of two source rows: RGB adds its packed word, CMYK its doubled word,
+// once per point.
 TEST(CountedSources, OneUpperRowInTheAccumulator) {
     Scene scene;
     Image c0{1, 1, {200}}, c1{1, 1, {100}}, c2{1, 1, {50}}, k{1, 1, {255}};
     for (auto [c, image] : {std::pair{0, &c0}, {1, &c1}, {2, &c2}, {3, &k}}) scene.source(c, *image);
-    scene.ctx.sourceColumns = scene.ctx.targetWidth = 1;
+    scene.ctx.sourceColumns = scene.ctx.targetWidth = scene.ctx.scaledWidth = scene.ctx.scaledHeight = 1;
     scene.ctx.outputHeight = 2;
     scene.ctx.imageHeightRows = 1;
+    scene.ctx.sourceSize = 2u << 16 | 1;
     const uint32_t word = 200u << 20 | 100u << 10 | 50u;
-    for (auto [driver, sum] : {std::pair{&DALTJ_DoRgbConvert, 2 * word}, {&DALTJ_DoCMYKToRgb, 4 * word}}) {
+    for (auto [driver, sum] : {std::pair{&DALTJ_DoRgbConvert, 2 * word}, {&DALTJ_DoCMYKToRgb, 4 * word},
+                               {&DALTJ_DoRgbUpscaleConvert, 2 * word}}) {
         scene.accumulate(1);
         scene.ctx.accumUpper = 0;
         driver(&scene.ctx, nullptr, 1);
