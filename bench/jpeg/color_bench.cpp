@@ -1,6 +1,6 @@
 // Colour conversion speed in pixels per second: this library's one-to-one format 5 road
-// (DALTJ_DoFastYcbcrToRgb) and its format 15 resampler (DALTJ_DoYcbcrToUpscaleRgb, at the source
-// size and at half of it), beside libjpeg-turbo's YCbCr to RGBA converters on the same rows: its C
+// (DALTJ_DoFastYcbcrToRgb, on the vector unit where there is one), its scalar row alone, and its
+// format 15 resampler (DALTJ_DoYcbcrToUpscaleRgb, at the source size and at half of it), beside libjpeg-turbo's YCbCr to RGBA converters on the same rows: its C
 // ycc_rgb_convert (the one a decompressor installs when its SIMD is switched off, as this program
 // does before anything else) and its SIMD ones (SSE2 and AVX2, called directly).
 
@@ -18,6 +18,7 @@ void jsimd_ycc_extrgbx_convert_sse2(JDIMENSION, JSAMPIMAGE, JDIMENSION, JSAMPARR
 void jsimd_ycc_extrgbx_convert_avx2(JDIMENSION, JSAMPIMAGE, JDIMENSION, JSAMPARRAY, int);
 }
 
+#include "color/ycc_rgb.h"
 #include "jpeg/range_limit.h"
 #include "kovra_jpeg.h"
 
@@ -68,6 +69,18 @@ void kovra_one_to_one(benchmark::State &state) {
     for (auto _ : state) {
         ctx.outY = r.out.data();
         DALTJ_DoFastYcbcrToRgb(&ctx, nullptr, kRows);
+        benchmark::DoNotOptimize(r.out.data());
+    }
+    count_pixels(state, kPixels);
+}
+
+void kovra_scalar_row(benchmark::State &state) {
+    Rows &r = rows();
+    for (auto _ : state) {
+        for (int32_t row = 0; row < kRows; ++row) {
+            kovra::color::ycc_row_to_pixels_scalar(r.pointers[0][row], r.pointers[1][row], r.pointers[2][row], kWidth,
+                                                   kovra::jpeg::sample_range_limit(), r.out_rows[row]);
+        }
         benchmark::DoNotOptimize(r.out.data());
     }
     count_pixels(state, kPixels);
@@ -165,6 +178,7 @@ void libjpeg_turbo_simd(benchmark::State &state) {
 }
 
 BENCHMARK(kovra_one_to_one);
+BENCHMARK(kovra_scalar_row);
 BENCHMARK(libjpeg_turbo_c);
 BENCHMARK(libjpeg_turbo_simd<jsimd_ycc_extrgbx_convert_sse2>)->Name("libjpeg_turbo_sse2");
 BENCHMARK(libjpeg_turbo_simd<jsimd_ycc_extrgbx_convert_avx2>)->Name("libjpeg_turbo_avx2");
