@@ -14,15 +14,11 @@ uint32_t type_unit(uint32_t type);
 // Decodes the entry at `entry_offset`; true when DALTJ_ReadExifField would return 1.
 bool decode_entry(const TiffBytes &data, uint32_t entry_offset, DALTJ_ExifField *field);
 
-// Type tests the IFD readers use to accept a field.
+// Type tests the thumbnail reader and the tag tables use to accept a field.
 inline bool is_short_one(const DALTJ_ExifField &f) { return f.type == DALTJ_TIFF_SHORT && f.count == 1; }
 inline bool is_long_one(const DALTJ_ExifField &f) { return f.type == DALTJ_TIFF_LONG && f.count == 1; }
 inline bool is_short_or_long(const DALTJ_ExifField &f) {
     return f.type == DALTJ_TIFF_SHORT || f.type == DALTJ_TIFF_LONG;
-}
-inline bool is_rational_one(const DALTJ_ExifField &f) { return f.type == DALTJ_TIFF_RATIONAL && f.count == 1; }
-inline bool is_srational_one(const DALTJ_ExifField &f) {
-    return f.type == DALTJ_TIFF_SRATIONAL && f.count == 1;
 }
 
 }  // namespace kovra::exif

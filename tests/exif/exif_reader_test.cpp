@@ -400,18 +400,20 @@ TEST(ExifRules, RepeatedTagsReplaceEarlierCopiesWithoutLeaking) {
 }
 
 TEST(ExifRules, EachExifPointerCountsAsIfItsIfdWereWalkedInTurn) {
-    // A: flash 1, color space 7. A' starts 12 bytes into A (its count is A's first entry's last
-    // two bytes) and so holds A's second entry only. B: flash 2, color space 8.
+    // A: flash 1, color space 7, color space 9. A' starts 12 bytes into A (its count, 1, is A's
+    // first entry's last two bytes) and so holds A's second entry only; its next-IFD word is A's
+    // third entry, so it claims a successor and ends IFD0. B: flash 2, color space 8.
     TiffBuilder t(true);
-    const uint32_t a = t.add_ifd({t.inline_entry(37385, DALTJ_TIFF_SHORT, 1, {1, 0, 1, 0}), t.short_entry(40961, 7)});
+    const uint32_t a = t.add_ifd({t.inline_entry(37385, DALTJ_TIFF_SHORT, 1, {1, 0, 1, 0}), t.short_entry(40961, 7),
+                                  t.short_entry(40961, 9)});
     const uint32_t b = t.add_ifd({t.short_entry(37385, 2), t.short_entry(40961, 8)});
     const std::map<char, uint32_t> ifds = {{'A', a}, {'a', a + 12}, {'B', b}};
     struct Case {
         std::string pointers;  // 'a' stands for A'
         uint32_t flash, color_space;
     };
-    for (const Case &c : {Case{"AB", 2, 8}, Case{"BA", 1, 7}, Case{"ABa", 2, 7}, Case{"aBA", 1, 7},
-                          Case{"Ba", 2, 7}, Case{"ABAB", 2, 8}}) {
+    for (const Case &c : {Case{"AB", 2, 8}, Case{"BA", 1, 9}, Case{"ABa", 2, 7}, Case{"Aa", 1, 7}, Case{"aB", 0, 7},
+                          Case{"ABAB", 2, 8}}) {
         TiffBuilder file = t;
         std::vector<TiffBuilder::Entry> pointers;
         for (char ifd : c.pointers) pointers.push_back(file.long_entry(34665, ifds.at(ifd)));
@@ -706,6 +708,9 @@ TEST(JpegResolution, TakesTheLastFrameHeaderBeforeTheScan) {
     EXPECT_EQ(DALTJ_GetJPEGResolution(two.data(), static_cast<uint32_t>(two.size()), &width, &height), 200);
     EXPECT_EQ(width, 55u);
     EXPECT_EQ(height, 66u);
+    const Bytes shortest = {0xFF, 0xD8, 0xFF, 0xDA};  // a scan and no frame header: found, sizes kept
+    EXPECT_EQ(DALTJ_GetJPEGResolution(shortest.data(), 4, &width, &height), 200);
+    EXPECT_EQ(width, 55u);
 }
 
 TEST(JpegResolution, FailuresAnswer201) {
