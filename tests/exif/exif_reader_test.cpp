@@ -703,14 +703,20 @@ TEST(JpegResolution, TakesTheLastFrameHeaderBeforeTheScan) {
     EXPECT_EQ(DALTJ_GetJPEGResolution(one.data(), static_cast<uint32_t>(one.size()), &width, &height), 200);
     EXPECT_EQ(width, 160u);
     EXPECT_EQ(height, 120u);
+    // An empty comment is skipped, and so is an APP15 segment holding a frame header's bytes.
     const Bytes two = concat({Bytes{0xFF, 0xD8, 0xFF, 0xFF}, frame_header(33, 44, 0xC2), segment(0xC4, Bytes(20, 0)),
-                              Bytes{0x00, 0xFF, 0x01}, frame_header(55, 66), scan_and_end()});
+                              segment(0xFE, {}), Bytes{0x00, 0xFF, 0x01}, frame_header(55, 66),
+                              segment(0xEF, frame_header(99, 99)), scan_and_end()});
     EXPECT_EQ(DALTJ_GetJPEGResolution(two.data(), static_cast<uint32_t>(two.size()), &width, &height), 200);
     EXPECT_EQ(width, 55u);
     EXPECT_EQ(height, 66u);
     const Bytes shortest = {0xFF, 0xD8, 0xFF, 0xDA};  // a scan and no frame header: found, sizes kept
     EXPECT_EQ(DALTJ_GetJPEGResolution(shortest.data(), 4, &width, &height), 200);
     EXPECT_EQ(width, 55u);
+    const Bytes one_fill_byte = concat({Bytes{0xFF, 0xD8, 0xFF}, frame_header(7, 9), scan_and_end()});
+    EXPECT_EQ(DALTJ_GetJPEGResolution(one_fill_byte.data(), static_cast<uint32_t>(one_fill_byte.size()), &width, &height),
+              200);
+    EXPECT_EQ(width, 7u);
 }
 
 TEST(JpegResolution, FailuresAnswer201) {
