@@ -17,9 +17,9 @@ KOVRA_API int32_t KOVRADALT_GetCurOutputRow(KOVRADALT_DecInfo *) { return 0; }
 // ---- always 0 ----
 KOVRA_API int32_t DALTJ_GetEOIOffset(DALTJ_DecoderInfo *) { return 0; }
 KOVRA_API int32_t DALTJ_ProcessDataRegion(DALTJ_DecoderInfo *) { return 0; }
-KOVRA_API int32_t DALTJ_ProcessDataPartial(DALTJ_DecoderInfo *) { return 0; }
-KOVRA_API int32_t DALTJ_ProcessData(DALTJ_DecoderInfo *) { return 0; }
-KOVRA_API int32_t DALTJ_ProcessData_resize(DALTJ_DecoderInfo *) { return 0; }
+KOVRA_API int32_t DALTJ_ProcessDataPartial(DALTJ_DecoderInfo *, uint8_t **, uint32_t *, uint32_t) { return 0; }
+KOVRA_API int32_t DALTJ_ProcessData(DALTJ_DecoderInfo *, uint8_t **, uint32_t *, uint32_t) { return 0; }
+KOVRA_API int32_t DALTJ_ProcessData_resize(DALTJ_DecoderInfo *, uint8_t **, uint32_t *, uint32_t) { return 0; }
 KOVRA_API int32_t DALTJ_ProcessDataSkipRow(DALTJ_DecoderInfo *) { return 0; }
 KOVRA_API int32_t DALTJ_ProgProcessDataScan(DALTJ_DecoderInfo *) { return 0; }
 KOVRA_API int32_t DALTJ_ProgProcessData(DALTJ_DecoderInfo *) { return 0; }
@@ -54,14 +54,14 @@ KOVRA_API int32_t DALTJ_DecodeUncompressThumbnail(DALTJ_DecoderInfo *) { return 
 KOVRA_API int32_t DALTJ_DecodeFrame(DALTJ_DecoderInfo *) { return 1; }
 KOVRA_API int32_t DALTJ_RotateImage270(DALTJ_DecoderInfo *) { return 1; }
 KOVRA_API int32_t DALTJ_SkipMcu(DALTJ_DecoderInfo *) { return 1; }
-KOVRA_API int32_t DALTJ_SkipMcuDual(DALTJ_DecoderInfo *) { return 1; }
+KOVRA_API int32_t DALTJ_SkipMcuDual(DALTJ_DecoderInfo *, int16_t **) { return 1; }
 KOVRA_API int32_t DALTJ_FastDecodeMcu(DALTJ_DecoderInfo *) { return 1; }
 KOVRA_API int32_t DALTJ_DecodeMcu_2to1(DALTJ_DecoderInfo *) { return 1; }
 KOVRA_API int32_t DALTJ_DecodeMcu_2to1Region(DALTJ_DecoderInfo *) { return 1; }
 KOVRA_API int32_t DALTJ_DecodeMcu_8to3(DALTJ_DecoderInfo *) { return 1; }
 KOVRA_API int32_t DALTJ_DecodeMcu_4to1(DALTJ_DecoderInfo *) { return 1; }
 KOVRA_API int32_t DALTJ_DecodeMcu_4to1Region(DALTJ_DecoderInfo *) { return 1; }
-KOVRA_API int32_t DALTJ_DecodeMcu_8to1(DALTJ_DecoderInfo *) { return 1; }
+KOVRA_API int32_t DALTJ_DecodeMcu_8to1(DALTJ_DecoderInfo *, int16_t **) { return 1; }
 KOVRA_API int32_t DALTJ_DecodeMcu_skip_dual(DALTJ_DecoderInfo *) { return 1; }
 KOVRA_API int32_t DALTJ_DecodeMcu_8to1_dual(DALTJ_DecoderInfo *) { return 1; }
 KOVRA_API int32_t DALTJ_ProgDecodeMcu(DALTJ_DecoderInfo *) { return 1; }
@@ -102,10 +102,10 @@ KOVRA_API uint32_t DALTJ_DecodeSingleiMcuResize4to1(DALTJ_DecoderInfo *) { retur
 KOVRA_API uint32_t DALTJ_DecodeSingleiMcuResize8to1(DALTJ_DecoderInfo *) { return DALTJ_STATUS_ROW_DONE; }
 
 // ---- always DALTJ_STATUS_END ----
-KOVRA_API uint32_t DALTJ_DecodeSingleiMcu(DALTJ_DecoderInfo *) { return DALTJ_STATUS_END; }
+KOVRA_API uint32_t DALTJ_DecodeSingleiMcu(DALTJ_DecoderInfo *, uint8_t ***) { return DALTJ_STATUS_END; }
 KOVRA_API uint32_t DALTJ_RegionDecodeSingleiMcu(DALTJ_DecoderInfo *) { return DALTJ_STATUS_END; }
 KOVRA_API uint32_t DALTJ_PartialDecodeSingleiMcu(DALTJ_DecoderInfo *) { return DALTJ_STATUS_END; }
-KOVRA_API uint32_t DALTJ_DecodeSingleiMcu_resize(DALTJ_DecoderInfo *) { return DALTJ_STATUS_END; }
+KOVRA_API uint32_t DALTJ_DecodeSingleiMcu_resize(DALTJ_DecoderInfo *, uint8_t ***) { return DALTJ_STATUS_END; }
 KOVRA_API uint32_t DALTJ_PartialDecodeSingleiMcu_resize(DALTJ_DecoderInfo *) { return DALTJ_STATUS_END; }
 KOVRA_API uint32_t DALTJ_RegionDecodeSingleiMcu_resize(DALTJ_DecoderInfo *) { return DALTJ_STATUS_END; }
 KOVRA_API uint32_t DALTJ_ProgDecodeSingleiMcuScan(DALTJ_DecoderInfo *) { return DALTJ_STATUS_END; }
@@ -140,7 +140,7 @@ KOVRA_API void DALTJ_SetupiMcu(DALTJ_DecoderInfo *) {}
 KOVRA_API void DALTJ_DeleteDecoderInfo(DALTJ_DecoderInfo *) {}
 KOVRA_API void DALTJ_RegionDeleteDecoderInfo(DALTJ_DecoderInfo *) {}
 KOVRA_API void DALTJ_DoYcbcrToRgb(DALTJ_DecoderInfo *) {}
-KOVRA_API void DALTJ_SetupUpsample(DALTJ_DecoderInfo *) {}
+KOVRA_API void DALTJ_SetupUpsample(DALTJ_DecoderInfo *, uint8_t **, uint32_t *, uint32_t) {}
 KOVRA_API void DALTJ_SetupUpsampleSkipWithDec(DALTJ_DecoderInfo *) {}
 KOVRA_API void DALTJ_SkipRowUpsample(DALTJ_DecoderInfo *) {}
 KOVRA_API void DALTJ_DoIntegralUpsample(DALTJ_DecoderInfo *) {}

@@ -12,6 +12,7 @@
 #include "kovra_decinfo.h"
 #include "kovra_export.h"
 #include "kovra_io.h"
+#include "kovra_os.h"
 
 KOVRA_BEGIN_C
 
@@ -107,6 +108,33 @@ typedef struct DALTJ_SampleRows {
 KOVRA_ASSERT_WORD(DALTJ_SampleRows, componentRows, 1);
 KOVRA_ASSERT_WORDS(DALTJ_SampleRows, 5);
 
+/* The entropy decoder's bit-reader and Huffman state (the context's huffState). */
+typedef struct DALTJ_HuffState {
+    uint32_t bitBuffer;
+    int32_t bitsLeft;
+    uint32_t bitReaderWord;    /* a third bit-reader word, carried as is */
+    int32_t lastDc[4];         /* last DC value of each scan component */
+    uint32_t eobRun;           /* end-of-band run of a progressive scan */
+} DALTJ_HuffState;
+KOVRA_ASSERT_WORD(DALTJ_HuffState, lastDc, 3);
+KOVRA_ASSERT_WORDS(DALTJ_HuffState, 8);
+
+/* The bit reader's flags (the context's bitReader). */
+typedef struct DALTJ_BitReader {
+    uint8_t pendingMarker;     /* a marker met inside the entropy-coded data; 0 for none */
+    uint8_t scanReady;         /* 1 when the two-thread loops may process the scan */
+} DALTJ_BitReader;
+
+/* The MCU coefficient controller (the context's coefController). */
+typedef struct DALTJ_CoefController {
+    uint32_t mcuColumn;        /* resumption column after an MCU row ran dry (102) */
+    uint32_t mcuRowOffset;     /* resumption MCU row within the MCU row */
+    uint32_t mcuRowsPerRow;    /* MCU rows in one MCU row: 1 for an interleaved scan */
+    int16_t *blocks[10];       /* the current MCU's blocks, 64 coefficients each */
+} DALTJ_CoefController;
+KOVRA_ASSERT_WORD(DALTJ_CoefController, blocks, 3);
+KOVRA_ASSERT_WORDS(DALTJ_CoefController, 13);
+
 /* Cancel callback: (checkContext, outputRowsWritten) -> 0 stop, non-zero go on. */
 typedef uint32_t (*DALTJ_CheckFunc)(void *checkContext, uint32_t outputRowsWritten);
 
@@ -143,11 +171,11 @@ typedef struct DALTJ_DecoderInfo {
     const uint8_t *rangeLimit;       /* first component's clamping table (index 0 = sample 0) */
     const uint8_t *chromaRangeLimit; /* the other components' */
     DALTJ_ByteWindow *byteWindow;
-    void *bitReader;
+    DALTJ_BitReader *bitReader;
     DALTJ_ComponentInfo *components;
     DALTJ_ComponentInfo *scanComponents[4];
-    void *huffState;
-    void *coefController;
+    DALTJ_HuffState *huffState;
+    DALTJ_CoefController *coefController;
     struct DALTJ_MainController *mainController;
     DALTJ_SampleRows *sampleRows;
     uint32_t scanParams[4];
@@ -246,9 +274,6 @@ KOVRA_API int32_t KOVRADALT_DecodeJPEG(KOVRADALT_DecInfo *dec);
 KOVRA_API void *DALTJ_CreatExifInfo(KOVRADALT_IO *io);
 KOVRA_API int32_t DALTJ_GetEOIOffset(DALTJ_DecoderInfo *ctx);
 KOVRA_API int32_t DALTJ_ProcessDataRegion(DALTJ_DecoderInfo *ctx);
-KOVRA_API int32_t DALTJ_ProcessDataPartial(DALTJ_DecoderInfo *ctx);
-KOVRA_API int32_t DALTJ_ProcessData(DALTJ_DecoderInfo *ctx);
-KOVRA_API int32_t DALTJ_ProcessData_resize(DALTJ_DecoderInfo *ctx);
 KOVRA_API int32_t DALTJ_ProcessDataSkipRow(DALTJ_DecoderInfo *ctx);
 KOVRA_API int32_t DALTJ_ProgProcessDataScan(DALTJ_DecoderInfo *ctx);
 KOVRA_API int32_t DALTJ_ProgProcessData(DALTJ_DecoderInfo *ctx);
@@ -289,14 +314,12 @@ KOVRA_API int32_t DALTJ_DecodeUncompressThumbnail(DALTJ_DecoderInfo *ctx);
 KOVRA_API int32_t DALTJ_DecodeFrame(DALTJ_DecoderInfo *ctx);
 KOVRA_API int32_t DALTJ_RotateImage270(DALTJ_DecoderInfo *ctx);
 KOVRA_API int32_t DALTJ_SkipMcu(DALTJ_DecoderInfo *ctx);
-KOVRA_API int32_t DALTJ_SkipMcuDual(DALTJ_DecoderInfo *ctx);
 KOVRA_API int32_t DALTJ_FastDecodeMcu(DALTJ_DecoderInfo *ctx);
 KOVRA_API int32_t DALTJ_DecodeMcu_2to1(DALTJ_DecoderInfo *ctx);
 KOVRA_API int32_t DALTJ_DecodeMcu_2to1Region(DALTJ_DecoderInfo *ctx);
 KOVRA_API int32_t DALTJ_DecodeMcu_8to3(DALTJ_DecoderInfo *ctx);
 KOVRA_API int32_t DALTJ_DecodeMcu_4to1(DALTJ_DecoderInfo *ctx);
 KOVRA_API int32_t DALTJ_DecodeMcu_4to1Region(DALTJ_DecoderInfo *ctx);
-KOVRA_API int32_t DALTJ_DecodeMcu_8to1(DALTJ_DecoderInfo *ctx);
 KOVRA_API int32_t DALTJ_DecodeMcu_skip_dual(DALTJ_DecoderInfo *ctx);
 KOVRA_API int32_t DALTJ_DecodeMcu_8to1_dual(DALTJ_DecoderInfo *ctx);
 KOVRA_API int32_t DALTJ_ProgDecodeMcu(DALTJ_DecoderInfo *ctx);
@@ -338,10 +361,8 @@ KOVRA_API uint32_t DALTJ_DecodeSingleiMcuResize8to1(DALTJ_DecoderInfo *ctx);
 KOVRA_API uint32_t DALTJ_DecodeSingleiMcuResize2to1(DALTJ_DecoderInfo *ctx);
 
 /* ---- Fixed result 101: end reached ---- */
-KOVRA_API uint32_t DALTJ_DecodeSingleiMcu(DALTJ_DecoderInfo *ctx);
 KOVRA_API uint32_t DALTJ_RegionDecodeSingleiMcu(DALTJ_DecoderInfo *ctx);
 KOVRA_API uint32_t DALTJ_PartialDecodeSingleiMcu(DALTJ_DecoderInfo *ctx);
-KOVRA_API uint32_t DALTJ_DecodeSingleiMcu_resize(DALTJ_DecoderInfo *ctx);
 KOVRA_API uint32_t DALTJ_PartialDecodeSingleiMcu_resize(DALTJ_DecoderInfo *ctx);
 KOVRA_API uint32_t DALTJ_RegionDecodeSingleiMcu_resize(DALTJ_DecoderInfo *ctx);
 KOVRA_API uint32_t DALTJ_ProgDecodeSingleiMcuScan(DALTJ_DecoderInfo *ctx);
@@ -373,11 +394,9 @@ KOVRA_API uint32_t DALTJ_LookUpOtherThread(DALTJ_DecoderInfo *ctx);
 
 /* ---- No effect ---- */
 KOVRA_API void SetMidPoint(DALTJ_DecoderInfo *ctx);
-KOVRA_API void DALTJ_SetupiMcu(DALTJ_DecoderInfo *ctx);
 KOVRA_API void DALTJ_DeleteDecoderInfo(DALTJ_DecoderInfo *ctx);
 KOVRA_API void DALTJ_RegionDeleteDecoderInfo(DALTJ_DecoderInfo *ctx);
 KOVRA_API void DALTJ_DoYcbcrToRgb(DALTJ_DecoderInfo *ctx);
-KOVRA_API void DALTJ_SetupUpsample(DALTJ_DecoderInfo *ctx);
 KOVRA_API void DALTJ_SetupUpsampleSkipWithDec(DALTJ_DecoderInfo *ctx);
 KOVRA_API void DALTJ_SkipRowUpsample(DALTJ_DecoderInfo *ctx);
 KOVRA_API void DALTJ_DoIntegralUpsample(DALTJ_DecoderInfo *ctx);
@@ -401,6 +420,156 @@ KOVRA_API void DALTJ_RGBWriteOutput1to1(DALTJ_DecoderInfo *ctx);
 KOVRA_API void DALTJ_RGBWriteOutput(DALTJ_DecoderInfo *ctx);
 KOVRA_API void DALTJ_CMYKWriteOutput1to1(DALTJ_DecoderInfo *ctx);
 KOVRA_API void DALTJ_YCCKWriteOutput1to1(DALTJ_DecoderInfo *ctx);
+
+/* ---- Stages a host may supply ----
+ * The MCU row drivers, the reduced-size decoders and the two-thread loops below call these entry
+ * points through the library's exported symbols, never directly. The library's own definitions
+ * have fixed results: the two MCU-row decoders report 101, DALTJ_SkipMcuDual and
+ * DALTJ_DecodeMcu_8to1 report 1, the three row-group processors report 0 and produce no rows, and
+ * DALTJ_SetupUpsample and DALTJ_SetupiMcu do nothing. A program that links libkovraimagecodec.so
+ * and defines any of them, with these signatures and C linkage, has its own definition called by
+ * the library's drivers (ordinary ELF symbol interposition). Such a stage must keep the status
+ * values: 100 MCU row done, 101 end of image or region, 102 input ran dry inside an MCU row, 201
+ * failed; and fill the context fields the drivers read (see each driver). */
+
+/* Decodes one MCU row into the sample rows: componentRows[c] is the row-pointer array of
+ * component c in the driver's current list (room for one row group above and two below). */
+KOVRA_API uint32_t DALTJ_DecodeSingleiMcu(DALTJ_DecoderInfo *ctx, uint8_t ***componentRows);
+/* The same for reduced-size output. */
+KOVRA_API uint32_t DALTJ_DecodeSingleiMcu_resize(DALTJ_DecoderInfo *ctx, uint8_t ***componentRows);
+/* Entropy-decodes the next MCU into mcuBlocks[0 .. blocksInMcu - 1] (at least the DC terms);
+ * non-zero on success, 0 when the input is exhausted. */
+KOVRA_API int32_t DALTJ_DecodeMcu_8to1(DALTJ_DecoderInfo *ctx, int16_t **mcuBlocks);
+/* Skips one MCU's entropy-coded data; non-zero on success. */
+KOVRA_API int32_t DALTJ_SkipMcuDual(DALTJ_DecoderInfo *ctx, int16_t **mcuBlocks);
+/* Resets the per-MCU-row entropy state. */
+KOVRA_API void DALTJ_SetupiMcu(DALTJ_DecoderInfo *ctx);
+/* Hands row groups rowgroupCounter .. rowgroupsAvail - 1 of the main controller on to upsampling
+ * and colour conversion, advancing rowgroupCounter and *rowsOut (at most rowsAvail rows). */
+KOVRA_API void DALTJ_SetupUpsample(DALTJ_DecoderInfo *ctx, uint8_t **outputRows, uint32_t *rowsOut,
+                                   uint32_t rowsAvail);
+/* Row-group processors of the two-thread loops: produce up to rowsAvail output rows, add them to
+ * *rowsOut, and report 100 (go on), 101 (end) or 201 (failed). */
+KOVRA_API int32_t DALTJ_ProcessData(DALTJ_DecoderInfo *ctx, uint8_t **outputRows, uint32_t *rowsOut,
+                                    uint32_t rowsAvail);
+KOVRA_API int32_t DALTJ_ProcessData_resize(DALTJ_DecoderInfo *ctx, uint8_t **outputRows, uint32_t *rowsOut,
+                                           uint32_t rowsAvail);
+KOVRA_API int32_t DALTJ_ProcessDataPartial(DALTJ_DecoderInfo *ctx, uint8_t **outputRows, uint32_t *rowsOut,
+                                           uint32_t rowsAvail);
+
+/* ---- Reduced-size MCU decoding (DC only) ----
+ * Decode one MCU row at 1/8 straight into planar Y, Cb, Cr rows (planes[0..2], each the row list
+ * of its plane), or beyond 1/8 (resizeScaleShift 4, 5, 6) into componentRows[c]. Report 100 (MCU
+ * row done), 101 (beyond the region, or the input ended with under 16 output rows to go) or 102
+ * (input ran dry; mcuColumn saved for resumption). */
+KOVRA_API uint32_t DALTJ_DecodeSingleiMcuResize8to1_YUV422H2V1(DALTJ_DecoderInfo *ctx, uint8_t ***planes);
+KOVRA_API uint32_t DALTJ_DecodeSingleiMcuResize8to1_YUV420(DALTJ_DecoderInfo *ctx, uint8_t ***planes);
+KOVRA_API uint32_t DALTJ_DecodeSingleiMcuResize8to1_YUV444(DALTJ_DecoderInfo *ctx, uint8_t ***planes);
+KOVRA_API uint32_t DALTJ_DecodeSingleiMcuResizeMore16(DALTJ_DecoderInfo *ctx, uint8_t ***componentRows);
+
+/* ---- MCU row driver ----
+ * One call decodes MCU rows and hands their row groups on until the current MCU row is handed on:
+ * ctx->outputRow grows by the rows produced and *rowsOut is back at 0 on return. Reports the MCU
+ * decoder's last status (100 or 101), or 201 when the cancel callback refused or the input ran
+ * dry. skip non-zero consumes MCU rows with DALTJ_SkipSingleiMcu instead of decoding them. */
+KOVRA_API int32_t DALTJ_ProcessMCU(DALTJ_DecoderInfo *ctx, uint8_t **outputRows, uint32_t *rowsOut,
+                                   uint32_t rowsAvail, int32_t skip);
+KOVRA_API uint32_t DALTJ_ProcessDataMCU_resize(DALTJ_DecoderInfo *ctx, uint8_t **outputRows, uint32_t *rowsOut,
+                                               uint32_t rowsAvail, int32_t skip);
+/* Consumes one MCU row without reconstructing it: 100, 101 or 102. */
+KOVRA_API int32_t DALTJ_SkipSingleiMcu(DALTJ_DecoderInfo *ctx);
+
+/* Thread bodies that wait on another decoder's progress; both return 0. */
+typedef struct DALTJ_ScanArgs {
+    DALTJ_DecoderInfo *context;
+    uint32_t enable;           /* 0: return at once */
+} DALTJ_ScanArgs;
+KOVRA_API uint32_t scan_jpeg(DALTJ_ScanArgs *args);
+KOVRA_API uint32_t scan_jpeg_mid_point(DALTJ_DecoderInfo **args);
+
+/* ---- Two-thread decoding ----
+ * Two threads run dualdecode_jpeg over one image, each with its own context over the same input;
+ * they share one hand-over record and a claim array of one flag per output row (outputHeight
+ * entries at least): 0 free, 1 claimed, any other value stops the thread that reads it. */
+typedef struct DALTJ_DualDecodeShared {
+    pthread_mutex_t mutex;     /* initialised by the host (KOVRADALT_OsThreadMutex_Init) */
+    uint32_t callCount;        /* processor calls made by the publishing thread */
+    uint32_t outputRow;
+    uint32_t resizeMcuRow;
+    uint8_t *outY;
+    uint32_t mcuRowsDone;
+    uint32_t windowFilePosition; /* the input position where the byte window's data ends */
+    uint32_t windowBytesLeft;  /* the byte window's avail */
+    uint32_t bitBuffer;
+    int32_t bitsLeft;
+    uint32_t bitReaderWord;
+    int32_t lastDc[4];
+    uint32_t eobRun;
+    uint32_t entropyCounter;
+    uint16_t markerByte;
+} DALTJ_DualDecodeShared;
+/* The mutex takes six words on the 32-bit target. */
+KOVRA_ASSERT_WORD(DALTJ_DualDecodeShared, callCount, 6);
+KOVRA_ASSERT_WORD(DALTJ_DualDecodeShared, outY, 9);
+KOVRA_ASSERT_WORD(DALTJ_DualDecodeShared, bitBuffer, 13);
+KOVRA_ASSERT_WORD(DALTJ_DualDecodeShared, lastDc, 16);
+KOVRA_ASSERT_WORD(DALTJ_DualDecodeShared, markerByte, 22);
+
+typedef struct DALTJ_DualDecodeArgs {
+    DALTJ_DecoderInfo *context;       /* this thread's context */
+    DALTJ_DualDecodeShared *shared;
+    uint32_t *claims;                 /* one flag per output row */
+    uint32_t reserved;
+    int32_t resize;                   /* non-zero: DALTJ_ProcessDataMCU_resize; 0: DALTJ_ProcessMCU */
+} DALTJ_DualDecodeArgs;
+KOVRA_ASSERT_WORD(DALTJ_DualDecodeArgs, resize, 4);
+KOVRA_ASSERT_WORDS(DALTJ_DualDecodeArgs, 5);
+
+/* Decodes the rows the other thread has not claimed, adopting its published state to jump over the
+ * rows it decoded; returns 0. */
+KOVRA_API uint32_t dualdecode_jpeg(DALTJ_DualDecodeArgs *args);
+/* One-thread loops driving a row-group processor (one row group per call) until outputRow reaches
+ * stopRow or outputHeight, or the processor reports 101 or 201. Their first two arguments are not
+ * read. */
+KOVRA_API int32_t DALTJ_Decode_Dualcore_1to1(void *unused0, void *unused1, DALTJ_DecoderInfo *ctx, uint32_t stopRow);
+KOVRA_API int32_t DALTJ_Decode_Dualcore_Nowait(void *unused0, void *unused1, DALTJ_DecoderInfo *ctx,
+                                               uint32_t stopRow, int32_t resize);
+KOVRA_API int32_t DALTJ_Decode_Dualcore_8to1(void *unused0, void *unused1, DALTJ_DecoderInfo *ctx, uint32_t stopRow);
+KOVRA_API int32_t DALTJ_Decode_Dualcore_Nto1(void *unused0, void *unused1, DALTJ_DecoderInfo *ctx,
+                                             uint32_t stopRow, int32_t resize);
+
+/* ---- Scan snapshots ---- */
+typedef struct DALTJ_ScanInfo {
+    uint32_t compsInScan;
+    uint32_t scanWord;
+    uint32_t scanParams[4];
+    DALTJ_HuffState huffState;
+    uint32_t inputOffset;      /* input position of the next unread byte */
+    uint32_t scanFlags;
+    uint32_t entropyCounter;
+    DALTJ_ComponentInfo components[4]; /* a null scan component is saved as zeros */
+    int32_t mcuMembership[10];
+    uint8_t blocksInMcu;
+    uint32_t mcuRowsInScan;
+    uint32_t mcusPerRow;
+} DALTJ_ScanInfo;
+KOVRA_ASSERT_WORD(DALTJ_ScanInfo, huffState, 6);
+KOVRA_ASSERT_WORD(DALTJ_ScanInfo, inputOffset, 14);
+KOVRA_ASSERT_WORD(DALTJ_ScanInfo, components, 17);
+KOVRA_ASSERT_WORD(DALTJ_ScanInfo, mcuMembership, 85);
+KOVRA_ASSERT_WORDS(DALTJ_ScanInfo, 98);
+
+/* Allocates a snapshot of the current scan into *out (NULL when allocation fails; the caller frees
+ * it with KOVRADALT_OsFree). */
+KOVRA_API void *DALTJ_SetupScanInfo(DALTJ_DecoderInfo *ctx, DALTJ_ScanInfo **out);
+/* Refreshes the moving parts (scanFlags, entropyCounter, Huffman state, input offset); returns the
+ * input offset. */
+KOVRA_API int32_t DALTJ_SaveScanInfo(DALTJ_DecoderInfo *ctx, DALTJ_ScanInfo *info);
+/* Restores the scan and re-reads the input from the saved offset; a failed seek leaves the byte
+ * window and the component pointers as they were. */
+KOVRA_API void DALTJ_LoadScanInfo(DALTJ_DecoderInfo *ctx, DALTJ_ScanInfo *info);
+/* Moves no pixels: 1 for codes 0, 1 and 9, else 0. */
+KOVRA_API uint32_t DALTJ_RotateImage90(uint32_t unused0, uint32_t unused1, uint32_t unused2, uint32_t code);
 
 /* ---- Colour conversion and output writers ----
  * Output formats (outputFormat): 4 grey bytes; 5 32-bit pixels, bytes 255, R, G, B; 14 Y every

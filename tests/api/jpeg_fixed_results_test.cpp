@@ -44,12 +44,12 @@ TEST(JpegFixedResults, StatusesByGroup) {
     EXPECT_EQ(KOVRADALT_DecodeJPEG(&dec), 0);
     EXPECT_EQ(KOVRADALT_CreateRegionDecoderInstance(&dec), nullptr);
     EXPECT_EQ(DALTJ_CreatExifInfo(nullptr), nullptr);
-    EXPECT_EQ(DALTJ_ProcessData(&ctx), 0);
+    EXPECT_EQ(DALTJ_ProcessData(&ctx, nullptr, nullptr, 0), 0);
     EXPECT_EQ(DALTJ_GetHInfo(nullptr, nullptr), 1);
-    EXPECT_EQ(DALTJ_DecodeMcu_8to1(&ctx), 1);
+    EXPECT_EQ(DALTJ_DecodeMcu_8to1(&ctx, nullptr), 1);
     EXPECT_EQ(KOVRADALT_ZoomCheckFn(&dec, 5), 1u);
     EXPECT_EQ(DALTJ_DecompressOnepass(&ctx), 100u);
-    EXPECT_EQ(DALTJ_DecodeSingleiMcu(&ctx), 101u);
+    EXPECT_EQ(DALTJ_DecodeSingleiMcu(&ctx, nullptr), 101u);
     EXPECT_EQ(DALTJ_ParseHeader(&ctx), 200u);
     EXPECT_EQ(DALTJ_LookUpOtherThread(&ctx), 201u);
     EXPECT_EQ(DALTJ_GetVersion(), 0x9099);
@@ -77,7 +77,7 @@ TEST(JpegFixedResults, OnlyTheCountingEntryPointsTouchTheContext) {
     DALTJ_CMYKWriteOutput1to1(&ctx);
     DALTJ_YCCKWriteOutput1to1(&ctx);
     EXPECT_EQ(ctx.outputRowsWritten, 6u);
-    DALTJ_SetupUpsample(&ctx);
+    DALTJ_SetupUpsample(&ctx, nullptr, nullptr, 0);
     DALTJ_DoH2V2Upsample(&ctx);
     EXPECT_EQ(ctx.outputRowsWritten, 6u);
     EXPECT_EQ(ctx.resizeMcuRow, 2u);
