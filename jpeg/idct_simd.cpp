@@ -24,9 +24,8 @@
 // block that fails (411 of the corpus's 2.3 million blocks) goes to the scalar core. The
 // dequantisation is 32-bit arithmetic saturated to 16 bits, and a saturated value fails the check.
 //
-// The range-limit lookup is then a saturating narrowing of sum >> 5: the table holds that clamp
-// (range_limit.h). The caller's table is read only for a block with nothing but its DC term and
-// by the scalar core.
+// The range-limit lookup is then a saturating narrowing of sum >> 5, which is what a table built
+// as the library builds it holds (range_limit.h); any other table goes to the scalar core whole.
 
 #include "jpeg/idct_simd.h"
 
@@ -192,6 +191,9 @@ template <int kSize>
 
 void idct_full_simd(const uint8_t *range_limit, const int32_t *multipliers, const int16_t *coefficients,
                     uint8_t **output_rows, uint32_t output_column) {
+    if (!idct_table_is_plain_clamp(range_limit)) {
+        return idct_full_scalar(range_limit, multipliers, coefficients, output_rows, output_column);
+    }
     Rows sums;
     if (!sums_of<8>(range_limit, multipliers, coefficients, output_rows, output_column, sums)) return;
     lanes::V s[8];
@@ -208,6 +210,9 @@ void idct_full_simd(const uint8_t *range_limit, const int32_t *multipliers, cons
 
 void idct_2to1_simd(const uint8_t *range_limit, const int32_t *multipliers, const int16_t *coefficients,
                     uint8_t **output_rows, uint32_t output_column) {
+    if (!idct_table_is_plain_clamp(range_limit)) {
+        return idct_2to1_scalar(range_limit, multipliers, coefficients, output_rows, output_column);
+    }
     Rows sums;
     if (!sums_of<4>(range_limit, multipliers, coefficients, output_rows, output_column, sums)) return;
     // Output column i (one output row per lane) averages the samples of columns 2i and 2i + 1.
