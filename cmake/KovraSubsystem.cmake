@@ -47,7 +47,7 @@ function(kovra_link_library)
   file(CONFIGURE OUTPUT "${version_script}" CONTENT "{\n  global:\n    ${body};\n  local:\n    *;\n};\n")
 
   add_library(kovraimagecodec SHARED ${objects})
-  target_include_directories(kovraimagecodec PUBLIC "${CMAKE_SOURCE_DIR}/include")
+  target_include_directories(kovraimagecodec PUBLIC "$<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}/include>")
   target_link_libraries(kovraimagecodec PRIVATE kovra_build_flags Threads::Threads)
   target_link_options(kovraimagecodec PRIVATE "-Wl,--version-script=${version_script}")
   if(NOT KOVRA_SANITIZE AND NOT KOVRA_FUZZ)

@@ -1,0 +1,20 @@
+/* A C11 program built against the installed library through pkg-config: what the header parse
+ * finds in each file. */
+#include <stdio.h>
+
+#include "kovra_decinfo.h"
+#include "kovra_os.h"
+#include "kovra_parse.h"
+
+int main(int argc, char **argv) {
+    for (int i = 1; i < argc; ++i) {
+        KOVRADALT_DecInfo *dec = KOVRADALT_CreateDecInfo(IO_KIND_PATH, argv[i], 0, 0, 0);
+        if (dec == NULL) return 1;
+        KOVRADALT_ImageInfo info = {0};
+        const int32_t type = KOVRADALT_Parser(dec, &info);
+        printf("%s: type %d, %u x %u\n", argv[i], (int)type, (unsigned)info.width, (unsigned)info.height);
+        KOVRADALT_OsFree(info.frame_delays);
+        KOVRADALT_DestroyDecInfo(dec);
+    }
+    return 0;
+}
