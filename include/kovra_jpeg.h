@@ -423,7 +423,8 @@ KOVRA_API void DALTJ_YCCKWriteOutput1to1(DALTJ_DecoderInfo *ctx);
 
 /* ---- Stages a host may supply ----
  * The MCU row drivers, the reduced-size decoders and the two-thread loops below call these entry
- * points through the library's exported symbols, never directly. The library's own definitions
+ * points through the library's exported symbols, never directly (README: "Supplying the JPEG
+ * stages"). The library's own definitions
  * have fixed results: the two MCU-row decoders report 101, DALTJ_SkipMcuDual and
  * DALTJ_DecodeMcu_8to1 report 1, the three row-group processors report 0 and produce no rows, and
  * DALTJ_SetupUpsample and DALTJ_SetupiMcu do nothing. A program that links libkovraimagecodec.so
@@ -468,15 +469,30 @@ KOVRA_API uint32_t DALTJ_DecodeSingleiMcuResize8to1_YUV444(DALTJ_DecoderInfo *ct
 KOVRA_API uint32_t DALTJ_DecodeSingleiMcuResizeMore16(DALTJ_DecoderInfo *ctx, uint8_t ***componentRows);
 
 /* ---- MCU row driver ----
- * One call decodes MCU rows and hands their row groups on until the current MCU row is handed on:
+ * One call decodes an MCU row and hands its row groups on until the whole MCU row is handed on:
  * ctx->outputRow grows by the rows produced and *rowsOut is back at 0 on return. Reports the MCU
  * decoder's last status (100 or 101), or 201 when the cancel callback refused or the input ran
- * dry. skip non-zero consumes MCU rows with DALTJ_SkipSingleiMcu instead of decoding them. */
+ * dry (102). skip non-zero consumes MCU rows with DALTJ_SkipSingleiMcu instead of decoding them.
+ * Before each new MCU row: checkFn(checkContext, outputRowsWritten), if set; 0 stops with 201.
+ * Reads numComponents, components[].vSampFactor and .downsampledHeight, totalMcuRows, the main
+ * controller; writes the main controller, outputRow, skipMode (and resizeMcuRow in the resize
+ * variant). The row-pointer lists of the main controller are the host's: for each component
+ * with vertical sampling factor v, entries -v .. 11 * v - 1 must exist. DALTJ_ProcessMCU keeps
+ * the last row group of each MCU row until the next one is decoded (context rows); with the
+ * library's own DALTJ_SetupUpsample it never finishes an MCU row and does not return.
+ * Refused with 201, before anything changes: null ctx, rowsOut or mainController; mcusPerRow 0;
+ * whichPtr above 1; contextState above 2; numComponents above 4; a null component array; a
+ * vSampFactor of 0 or above 4. */
 KOVRA_API int32_t DALTJ_ProcessMCU(DALTJ_DecoderInfo *ctx, uint8_t **outputRows, uint32_t *rowsOut,
                                    uint32_t rowsAvail, int32_t skip);
 KOVRA_API uint32_t DALTJ_ProcessDataMCU_resize(DALTJ_DecoderInfo *ctx, uint8_t **outputRows, uint32_t *rowsOut,
                                                uint32_t rowsAvail, int32_t skip);
-/* Consumes one MCU row without reconstructing it: 100, 101 or 102. */
+/* Consumes one MCU row without reconstructing it, MCU by MCU through DALTJ_SkipMcuDual (each
+ * MCU's blocksInMcu blocks cleared first), then DALTJ_SetupiMcu: 100; 101 past the region of
+ * checkContext (region_top, region_height), after the last MCU row, or when the input ran dry
+ * with under 16 output rows to go; 102 when it ran dry (mcuColumn and mcuRowOffset saved).
+ * Refused with 101: null ctx, checkContext or coefController; outputHeight 0 or below;
+ * mcusPerRow 0; blocksInMcu above 10. */
 KOVRA_API int32_t DALTJ_SkipSingleiMcu(DALTJ_DecoderInfo *ctx);
 
 /* Thread bodies that wait on another decoder's progress; both return 0. */
