@@ -97,6 +97,29 @@ void context_round(DALTJ_DecoderInfo *ctx, uint8_t **outputRows, uint32_t *rowsO
     main->contextState = kPostponed;
 }
 
+// The frame both drivers share: refuse, ask the cancel callback and decode when the buffer is
+// empty (decode_row stores the MCU decoder's status and says whether to go on), then run rounds
+// until the MCU row is handed on.
+template <class DecodeRow, class Round>
+int32_t drive_mcu_row(DALTJ_DecoderInfo *ctx, uint32_t *rowsOut, DecodeRow decode_row, Round round) {
+    if (!driver_context_usable(ctx, rowsOut)) return DALTJ_STATUS_FAILED;
+    DALTJ_MainController *main = ctx->mainController;
+    int32_t status = DALTJ_STATUS_ROW_DONE;
+    if (main->bufferFull == 0) {
+        if (cancelled(ctx)) return DALTJ_STATUS_FAILED;
+        if (!decode_row(status)) return DALTJ_STATUS_FAILED;
+    }
+    do {
+        round();
+        add_output_rows(ctx, rowsOut);
+    } while (main->bufferFull == 1);
+    return status;
+}
+
+int32_t decode_or_skip(DALTJ_DecoderInfo *ctx, int32_t skip, uint32_t (*decode)(DALTJ_DecoderInfo *, uint8_t ***)) {
+    return skip != 0 ? DALTJ_SkipSingleiMcu(ctx) : static_cast<int32_t>(decode(ctx, current_list(ctx)));
+}
+
 }  // namespace
 
 }  // namespace kovra::jpeg
@@ -107,47 +130,38 @@ extern "C" {
 
 KOVRA_API int32_t DALTJ_ProcessMCU(DALTJ_DecoderInfo *ctx, uint8_t **outputRows, uint32_t *rowsOut,
                                    uint32_t rowsAvail, int32_t skip) {
-    if (!driver_context_usable(ctx, rowsOut)) return DALTJ_STATUS_FAILED;
-    DALTJ_MainController *main = ctx->mainController;
-    int32_t status = DALTJ_STATUS_ROW_DONE;
-    if (main->bufferFull == 0) {
-        if (cancelled(ctx)) return DALTJ_STATUS_FAILED;
-        status = skip != 0 ? DALTJ_SkipSingleiMcu(ctx)
-                           : static_cast<int32_t>(DALTJ_DecodeSingleiMcu(ctx, current_list(ctx)));
-        if (status == DALTJ_STATUS_INPUT_DRY) return DALTJ_STATUS_FAILED;
-        main->bufferFull = 1;
-        ++main->mcuRowCounter;
-    }
-    do {
-        context_round(ctx, outputRows, rowsOut, rowsAvail, skip);
-        add_output_rows(ctx, rowsOut);
-    } while (main->bufferFull == 1);
-    return status;
+    return drive_mcu_row(
+        ctx, rowsOut,
+        [&](int32_t &status) {
+            status = decode_or_skip(ctx, skip, DALTJ_DecodeSingleiMcu);
+            if (status == DALTJ_STATUS_INPUT_DRY) return false;
+            ctx->mainController->bufferFull = 1;
+            ++ctx->mainController->mcuRowCounter;
+            return true;
+        },
+        [&] { context_round(ctx, outputRows, rowsOut, rowsAvail, skip); });
 }
 
 KOVRA_API uint32_t DALTJ_ProcessDataMCU_resize(DALTJ_DecoderInfo *ctx, uint8_t **outputRows, uint32_t *rowsOut,
                                                uint32_t rowsAvail, int32_t skip) {
-    if (!driver_context_usable(ctx, rowsOut)) return DALTJ_STATUS_FAILED;
-    DALTJ_MainController *main = ctx->mainController;
-    uint32_t status = DALTJ_STATUS_ROW_DONE;
-    if (main->bufferFull == 0) {
-        if (cancelled(ctx)) return DALTJ_STATUS_FAILED;
-        ctx->resizeMcuRow = main->mcuRowCounter;
-        status = skip != 0 ? static_cast<uint32_t>(DALTJ_SkipSingleiMcu(ctx))
-                           : DALTJ_DecodeSingleiMcu_resize(ctx, current_list(ctx));
-        main->bufferFull = 1;
-        if (status == DALTJ_STATUS_INPUT_DRY) return DALTJ_STATUS_FAILED;
-        main->rowgroupsAvail = kRowGroupsBeforeLast;
-        ++main->mcuRowCounter;
-        main->rowgroupCounter = 0;
-        if (main->mcuRowCounter == ctx->totalMcuRows) set_bottom_pointers(ctx);
-    }
-    do {
-        hand_on(ctx, outputRows, rowsOut, rowsAvail, skip);
-        if (!row_groups_pending(main)) finish_mcu_row(ctx);
-        add_output_rows(ctx, rowsOut);
-    } while (main->bufferFull == 1);
-    return status;
+    DALTJ_MainController *main = ctx != nullptr ? ctx->mainController : nullptr;
+    return drive_mcu_row(
+        ctx, rowsOut,
+        [&](int32_t &status) {
+            ctx->resizeMcuRow = main->mcuRowCounter;
+            status = decode_or_skip(ctx, skip, DALTJ_DecodeSingleiMcu_resize);
+            main->bufferFull = 1;
+            if (status == DALTJ_STATUS_INPUT_DRY) return false;
+            main->rowgroupsAvail = kRowGroupsBeforeLast;
+            ++main->mcuRowCounter;
+            main->rowgroupCounter = 0;
+            if (main->mcuRowCounter == ctx->totalMcuRows) set_bottom_pointers(ctx);
+            return true;
+        },
+        [&] {
+            hand_on(ctx, outputRows, rowsOut, rowsAvail, skip);
+            if (!row_groups_pending(main)) finish_mcu_row(ctx);
+        });
 }
 
 }  // extern "C"
