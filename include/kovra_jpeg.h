@@ -462,7 +462,14 @@ KOVRA_API int32_t DALTJ_ProcessDataPartial(DALTJ_DecoderInfo *ctx, uint8_t **out
  * Decode one MCU row at 1/8 straight into planar Y, Cb, Cr rows (planes[0..2], each the row list
  * of its plane), or beyond 1/8 (resizeScaleShift 4, 5, 6) into componentRows[c]. Report 100 (MCU
  * row done), 101 (beyond the region, or the input ended with under 16 output rows to go) or 102
- * (input ran dry; mcuColumn saved for resumption). */
+ * (input ran dry; mcuColumn saved for resumption). Each MCU comes from DALTJ_DecodeMcu_8to1 into
+ * coefController->blocks. Refused with 101, before anything changes: null ctx, checkContext or
+ * coefController; outputHeight 0 or below; mcusPerRow 0; blocksInMcu above 10. The 1/8 routines
+ * also refuse a null scanComponents[0..2] and fewer blocks than their MCU holds (4:2:2 4, 4:2:0
+ * 6, 4:4:4 3); DALTJ_DecodeSingleiMcuResizeMore16 numComponents or compsInScan above 4,
+ * resizeScaleShift below 4, and a null scan component, one whose componentIndex is not below
+ * numComponents, whose lastColWidth exceeds its mcuWidth, or whose blocks reach past
+ * blocksInMcu. The output rows are the host's, sized for the image at the reduced scale. */
 KOVRA_API uint32_t DALTJ_DecodeSingleiMcuResize8to1_YUV422H2V1(DALTJ_DecoderInfo *ctx, uint8_t ***planes);
 KOVRA_API uint32_t DALTJ_DecodeSingleiMcuResize8to1_YUV420(DALTJ_DecoderInfo *ctx, uint8_t ***planes);
 KOVRA_API uint32_t DALTJ_DecodeSingleiMcuResize8to1_YUV444(DALTJ_DecoderInfo *ctx, uint8_t ***planes);

@@ -53,6 +53,10 @@ KOVRA_API void DALTJ_SetupiMcu(DALTJ_DecoderInfo *) { ++stages().setupiMcuCalls;
 KOVRA_API int32_t DALTJ_DecodeMcu_8to1(DALTJ_DecoderInfo *ctx, int16_t **blocks) {
     StageScript &s = stages();
     const int call = s.mcuDecodes++;
+    bool clear = true;
+    for (uint32_t b = 0; b < ctx->blocksInMcu; ++b)
+        for (int i = 0; i < 64; ++i) clear &= blocks[b][i] == 0;
+    s.mcuBlocksWereClear.push_back(clear);
     if (call == s.mcuDecodeFailsAt) return 0;
     for (uint32_t b = 0; b < ctx->blocksInMcu; ++b) blocks[b][0] = s.dcOf(call, static_cast<int>(b));
     return 1;

@@ -30,6 +30,7 @@ struct StageScript {
     int setupiMcuCalls = 0;
     int mcuDecodes = 0;
     int mcuDecodeFailsAt = -1;           // the DALTJ_DecodeMcu_8to1 call (from 0) that reports 0
+    std::vector<bool> mcuBlocksWereClear;  // per DALTJ_DecodeMcu_8to1 call: every block all zeros
     std::function<int16_t(int call, int block)> dcOf = [](int, int) { return int16_t{0}; };
 };
 
