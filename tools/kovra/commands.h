@@ -1,5 +1,6 @@
 // Subcommands of the kovra tool. Each takes the arguments after its name and returns the
-// process exit status.
+// process exit status: 0 success, 1 a file could not be read, identified or decoded, 2 a usage
+// error.
 #pragma once
 
 #include <string>
@@ -12,5 +13,8 @@ using Arguments = std::vector<std::string>;
 int run_info(const Arguments &args);
 int run_exif_thumb(const Arguments &args);
 int run_decode(const Arguments &args);
+
+// "kovra COMMAND: PROBLEM" and the command's usage on stderr; returns 2.
+int usage_error(const char *command, const std::string &problem);
 
 }  // namespace kovra::tool

@@ -1,6 +1,7 @@
-// kovra decode FILE -o DIR [--sample N] [--format rgba|bgra|index] [--max-pixels N]: decodes every
-// frame of a GIF through the library's framework entry points and writes each as
-// DIR/<name>-NNN.png, printing the delay of each frame.
+// kovra decode FILE -o DIR [--sample N] [--format rgba|bgra|index] [--max-pixels N] [--allow-partial]:
+// decodes every frame of a GIF through the library's framework entry points and writes each as
+// DIR/<name>-NNN.png, printing the delay of each frame; in rgba and bgra also DIR/<name>.png, an
+// animated PNG of all frames with their delays.
 //
 // Every frame is a whole image at output size, so one output buffer serves all frames; an output
 // above --max-pixels (64 megapixels unless raised) is refused before anything is allocated, since a
@@ -9,7 +10,12 @@
 // rgba and bgra decode in frame mode (animations composed through the canvas); bgra frames are
 // turned back into RGBA order for the PNG, so the file shows what the format-8 bytes encode.
 // index decodes in direct mode: each frame's palette indexes over the previous frame's, written
-// as a palette PNG with that frame's colour table (slots beyond the table transparent).
+// as a palette PNG with that frame's colour table (slots beyond the table transparent); those
+// frames do not make one animation, so no animated PNG is written.
+//
+// A frame that fails ends the decode (the stream cannot be followed past it): the frames before
+// it stay written, the failure and the frames not reached are reported, and the exit status is 1
+// unless --allow-partial accepts a partial result.
 
 #include <cstdio>
 #include <cstdlib>
@@ -17,11 +23,13 @@
 #include <string>
 #include <vector>
 
+#include "apng_writer.h"
 #include "commands.h"
-#include "image_file.h"
+#include "gif_frames.h"
+#include "header_scan.h"
 #include "kovra_gif.h"
-#include "kovra_parse.h"
 #include "png_writer.h"
+#include "progress_line.h"
 
 namespace kovra::tool {
 namespace {
@@ -32,14 +40,8 @@ struct DecodeOptions {
     int32_t sample_size = 1;
     int32_t format = KOVRADALT_FORMAT_RGBA32;
     int64_t max_pixels = int64_t{64} << 20;
+    bool allow_partial = false;
 };
-
-int usage_error(const char *message) {
-    std::fprintf(stderr, "kovra decode: %s\nusage: kovra decode FILE -o DIR [--sample N] [--format rgba|bgra|index] "
-                 "[--max-pixels N]\n",
-                 message);
-    return 2;
-}
 
 bool parse_options(const Arguments &args, DecodeOptions *options, std::string *problem) {
     for (size_t i = 0; i < args.size(); ++i) {
@@ -75,6 +77,8 @@ bool parse_options(const Arguments &args, DecodeOptions *options, std::string *p
                 *problem = "--format takes rgba, bgra or index";
                 return false;
             }
+        } else if (arg == "--allow-partial") {
+            options->allow_partial = true;
         } else if (!arg.empty() && arg[0] != '-' && options->input.empty()) {
             options->input = arg;
         } else {
@@ -88,22 +92,6 @@ bool parse_options(const Arguments &args, DecodeOptions *options, std::string *p
     }
     return true;
 }
-
-// The decoder record with its GIF record; the GIF record goes first.
-class GifDecode {
-public:
-    GifDecode(const std::string &path, int32_t format) : image_(path, format) {}
-    ~GifDecode() {
-        if (image_ && image_.record()->gif_info != nullptr) {
-            KOVRADALTI_DeleteGIFInfo(image_.record());
-            image_.record()->gif_info = nullptr;
-        }
-    }
-    ImageFile &image() { return image_; }
-
-private:
-    ImageFile image_;
-};
 
 std::vector<std::array<uint8_t, 4>> palette_of(const uint32_t *colors) {
     std::vector<std::array<uint8_t, 4>> palette;
@@ -122,76 +110,96 @@ void swap_red_blue(std::vector<uint8_t> &pixels) {
     for (size_t i = 0; i + 3 < pixels.size(); i += 4) std::swap(pixels[i], pixels[i + 2]);
 }
 
-std::string frame_path(const DecodeOptions &options, int frame) {
-    char number[16];
-    std::snprintf(number, sizeof number, "-%03d.png", frame);
+std::string output_path(const DecodeOptions &options, const char *suffix) {
     const std::string stem = std::filesystem::path(options.input).stem().string();
-    return (std::filesystem::path(options.output_dir) / (stem + number)).string();
+    return (std::filesystem::path(options.output_dir) / (stem + suffix)).string();
+}
+
+std::string frame_path(const DecodeOptions &options, int frame) {
+    char suffix[16];
+    std::snprintf(suffix, sizeof suffix, "-%03d.png", frame);
+    return output_path(options, suffix);
+}
+
+// "3 frames written to DIR" and, after a failure, which frame failed and why, and how many of the
+// frames the header scan counted were not reached.
+void print_summary(const DecodeOptions &options, int written, const std::string &failure, uint32_t scanned) {
+    std::printf("%d frame%s written to %s", written, written == 1 ? "" : "s", options.output_dir.c_str());
+    if (!failure.empty()) {
+        std::printf("; frame %d failed: %s", written, failure.c_str());
+        const auto first_unreached = static_cast<uint32_t>(written) + 1;
+        if (scanned == first_unreached + 1) {
+            std::printf("; frame %u of the %u the header scan counts not reached", first_unreached, scanned);
+        } else if (scanned > first_unreached) {
+            std::printf("; frames %u to %u of the %u the header scan counts not reached", first_unreached,
+                        scanned - 1, scanned);
+        }
+    }
+    std::printf("\n");
+}
+
+int fail(const DecodeOptions &options, const std::string &problem) {
+    std::fprintf(stderr, "kovra decode: %s: %s\n", options.input.c_str(), problem.c_str());
+    return 1;
 }
 
 int decode_frames(const DecodeOptions &options) {
-    GifDecode decode(options.input, options.format);
-    ImageFile &image = decode.image();
-    if (!image) {
-        std::fprintf(stderr, "kovra decode: cannot open %s (error %d)\n", options.input.c_str(), image.open_error());
-        return 1;
-    }
-    KOVRADALT_DecInfo *dec = image.record();
-    const int32_t type = KOVRADALT_GetImageType(dec);
-    if (type != KOVRADALT_TYPE_GIF && type != KOVRADALT_TYPE_ANIMATED_GIF) {
-        std::fprintf(stderr, "kovra decode: %s is %s, not a GIF\n", options.input.c_str(), type_name(type));
-        return 1;
-    }
-    KOVRADALT_Seek_IO(dec->io, 0, 0);
-    int animated = 1;
-    const bool frame_mode = options.format != KOVRADALT_FORMAT_INDEX8;
-    if (KOVRADALTI_ParseGIFHeader_SKIA(dec->io, dec, options.sample_size, frame_mode ? &animated : nullptr) != 1) {
-        std::fprintf(stderr, "kovra decode: %s: the GIF header or its first frame cannot be read\n",
-                     options.input.c_str());
-        return 1;
-    }
-    const DALTI_GIFDecoderInfo *gif = dec->gif_info;
-    std::printf("%s: %u x %u, output %d x %d\n", options.input.c_str(), dec->width, dec->height, gif->out_width,
-                gif->out_height);
+    GifFrames frames(options.input, options.format);
+    std::string problem;
+    if (!frames.start(options.sample_size, &problem)) return fail(options, problem);
+    const DALTI_GIFDecoderInfo &gif = frames.gif();
+    std::printf("%s: %d x %d, output %d x %d\n", options.input.c_str(), gif.screen_width, gif.screen_height,
+                gif.out_width, gif.out_height);
 
-    const int32_t out_w = gif->out_width, out_h = gif->out_height;
+    const int32_t out_w = gif.out_width, out_h = gif.out_height;
     if (int64_t{out_w} * out_h > options.max_pixels) {
-        std::fprintf(stderr,
-                     "kovra decode: %s: the output of %d x %d pixels is above the limit of %lld pixels "
-                     "(a larger --sample makes it smaller; --max-pixels raises the limit)\n",
-                     options.input.c_str(), out_w, out_h, static_cast<long long>(options.max_pixels));
-        return 1;
+        char text[200];
+        std::snprintf(text, sizeof text,
+                      "the output of %d x %d pixels is above the limit of %lld pixels "
+                      "(a larger --sample makes it smaller; --max-pixels raises the limit)",
+                      out_w, out_h, static_cast<long long>(options.max_pixels));
+        return fail(options, text);
     }
     std::error_code ignored;
     std::filesystem::create_directories(options.output_dir, ignored);
-    std::vector<uint8_t> out(static_cast<size_t>(out_h) * gif->out_stride, 0);
-    uint32_t delay = 0;
-    KOVRADALTI_GetColorInfo(dec, nullptr, nullptr, &delay);
-    int frames = 0;
-    for (int32_t result = 1; result == 1; ++frames) {
-        const auto palette = palette_of(frame_mode ? nullptr : KOVRADALTI_GetColorMap(dec));
-        result = KOVRADALTI_DecodeAGIF(dec, out.data(), 0, out_h);
-        if (result == 0) {
-            std::fprintf(stderr, "kovra decode: frame %d could not be decoded\n", frames);
-            return frames == 0 ? 1 : 0;
+    const bool frame_mode = options.format != KOVRADALT_FORMAT_INDEX8;
+    ApngWriter animation;
+    const std::string animation_path = output_path(options, ".png");
+    if (frame_mode && !animation.open(animation_path, &problem)) return fail(options, problem);
+
+    const uint32_t scanned = scan_header(options.input).frame_count;
+    ProgressLine progress("kovra decode " + options.input);
+    std::vector<uint8_t> out(static_cast<size_t>(out_h) * gif.out_stride, 0);
+    const bool bgra = options.format == KOVRADALT_FORMAT_BGRA32;
+    int written = 0;
+    std::string failure;
+    for (bool last = false; !last; ++written) {
+        const auto palette = palette_of(frame_mode ? nullptr : KOVRADALTI_GetColorMap(frames.record()));
+        const GifFrames::Frame frame = frames.next(out.data());
+        if (!frame.decoded) {
+            failure = frame.failure;
+            break;
         }
+        last = frame.last;
         // BGRA frames are written in RGBA order; the buffer is put back as the decoder left it.
-        const bool bgra = options.format == KOVRADALT_FORMAT_BGRA32;
         if (bgra) swap_red_blue(out);
         PngImage png{out_w, out_h, !frame_mode, out.data(), frame_mode ? decltype(palette){} : palette};
-        const std::string path = frame_path(options, frames);
-        std::string error;
-        const bool written = write_png(path, png, &error);
+        const std::string path = frame_path(options, written);
+        const bool saved = write_png(path, png, &problem) && (!frame_mode || animation.add_frame(png, frame.delay_ms, &problem));
         if (bgra) swap_red_blue(out);
-        if (!written) {
-            std::fprintf(stderr, "kovra decode: %s\n", error.c_str());
-            return 1;
-        }
-        std::printf("  frame %d: delay %u ms -> %s\n", frames, delay, path.c_str());
-        delay = dec->gif_total_delay;
+        if (!saved) return fail(options, problem);
+        std::printf("  frame %d: delay %u ms -> %s\n", written, frame.delay_ms, path.c_str());
+        progress.update(static_cast<uint32_t>(written) + 1, scanned);
     }
-    std::printf("%d frame%s written to %s\n", frames, frames == 1 ? "" : "s", options.output_dir.c_str());
-    return 0;
+    progress.finish();
+    if (frame_mode && written > 0) {
+        if (!animation.finish(&problem)) return fail(options, problem);
+        std::printf("  animation: %d frame%s -> %s\n", written, written == 1 ? "" : "s", animation_path.c_str());
+    }
+    print_summary(options, written, failure, scanned);
+    if (failure.empty()) return 0;
+    std::fprintf(stderr, "kovra decode: %s: frame %d failed: %s\n", options.input.c_str(), written, failure.c_str());
+    return options.allow_partial && written > 0 ? 0 : 1;
 }
 
 }  // namespace
@@ -199,7 +207,7 @@ int decode_frames(const DecodeOptions &options) {
 int run_decode(const Arguments &args) {
     DecodeOptions options;
     std::string problem;
-    if (!parse_options(args, &options, &problem)) return usage_error(problem.c_str());
+    if (!parse_options(args, &options, &problem)) return usage_error("decode", problem);
     return decode_frames(options);
 }
 

@@ -1,6 +1,9 @@
 // Reading and printing a file's EXIF record for `kovra info --exif` and `kovra exif-thumb`.
 // GPS positions are shown as degrees, minutes and seconds with their reference letter, and as a
-// signed decimal (south and west negative); a rational with a zero denominator counts as 0.
+// signed decimal (south and west negative); a rational with a zero denominator counts as 0. A GPS
+// directory without a latitude or longitude gives no position (no text line, null in JSON).
+// Text output shows strings through printable_text (trailing blanks trimmed, control bytes
+// escaped); JSON keeps them whole.
 
 #include "exif_report.h"
 
@@ -13,6 +16,7 @@
 #include <vector>
 
 #include "json_writer.h"
+#include "text_escape.h"
 #include "kovra_decinfo.h"
 #include "kovra_os.h"
 
@@ -55,6 +59,45 @@ std::string dms_text(const DALTJ_Rational dms[3], const char *ref) {
     std::snprintf(text, sizeof text, "%g deg %g' %g\" %s (%s)", ratio(dms[0]), ratio(dms[1]), ratio(dms[2]),
                   short_text(ref, 2).c_str(), number(decimal_degrees(dms, ref)).c_str());
     return text;
+}
+
+// A coordinate the GPS directory really holds: its reference letter or one of its rationals.
+bool has_coordinate(const DALTJ_Rational dms[3], const char *ref) {
+    return ref[0] != '\0' || dms[0].denominator != 0 || dms[1].denominator != 0 || dms[2].denominator != 0;
+}
+
+bool has_position(const DALTJ_GpsInfo &g) {
+    return has_coordinate(g.latitude, g.latitude_ref) && has_coordinate(g.longitude, g.longitude_ref);
+}
+
+// Exposure time as a fraction of a second ("1/250 s", or "2.5 s" from one second up) beside the
+// raw rational.
+std::string exposure_text(const DALTJ_Rational &r) {
+    if (r.denominator == 0) return {};
+    char text[96];
+    const double seconds = ratio(r);
+    if (seconds > 0 && seconds < 1) {
+        std::snprintf(text, sizeof text, "1/%g s (%s)", 1 / seconds, rational(r).c_str());
+    } else {
+        std::snprintf(text, sizeof text, "%g s (%s)", seconds, rational(r).c_str());
+    }
+    return text;
+}
+
+std::string f_number_text(const DALTJ_Rational &r) {
+    if (r.denominator == 0) return {};
+    char text[64];
+    std::snprintf(text, sizeof text, "f/%.1f (%s)", ratio(r), rational(r).c_str());
+    return text;
+}
+
+// Whether the EXIF sub-directory was read at all: then a zero flash, exposure mode or white
+// balance is a value of the file (no flash, auto), not an absent field.
+bool has_exif_directory(const DALTJ_ExifInfo &e) {
+    return e.exif_version != nullptr || e.date_time_original != nullptr || e.date_time_digitized != nullptr ||
+           e.exposure_time.denominator != 0 || e.f_number.denominator != 0 || e.focal_length.denominator != 0 ||
+           e.iso_speed != 0 || e.flash != 0 || e.color_space != 0 || e.pixel_x_dimension != 0 ||
+           e.exposure_mode != 0 || e.white_balance != 0;
 }
 
 constexpr int kDecimalDigits = 6;  // of the signed decimal degrees, as in the text output
@@ -105,20 +148,32 @@ void field(JsonWriter &json, const char *name, const T &value) {
     put(json, value);
 }
 
+// NAME_ref, NAME (d/m/s rationals) and NAME_decimal; the last two null without a position.
+void coordinate(JsonWriter &json, const std::string &name, const DALTJ_Rational (&dms)[3], const char *ref,
+                bool present) {
+    field(json, (name + "_ref").c_str(), short_text(ref, 2));
+    json.key(name);
+    if (present) {
+        put(json, dms);
+    } else {
+        json.null();
+    }
+    json.key(name + "_decimal");
+    if (present) {
+        json.fixed(decimal_degrees(dms, ref), kDecimalDigits);
+    } else {
+        json.null();
+    }
+}
+
 void put(JsonWriter &json, const DALTJ_GpsInfo &g) {
     json.begin_object();
     json.key("version_id");
     json.begin_array();
     for (const uint8_t part : g.version_id) json.value(static_cast<uint32_t>(part));
     json.end_array();
-    field(json, "latitude_ref", short_text(g.latitude_ref, 2));
-    field(json, "latitude", g.latitude);
-    json.key("latitude_decimal");
-    json.fixed(decimal_degrees(g.latitude, g.latitude_ref), kDecimalDigits);
-    field(json, "longitude_ref", short_text(g.longitude_ref, 2));
-    field(json, "longitude", g.longitude);
-    json.key("longitude_decimal");
-    json.fixed(decimal_degrees(g.longitude, g.longitude_ref), kDecimalDigits);
+    coordinate(json, "latitude", g.latitude, g.latitude_ref, has_position(g));
+    coordinate(json, "longitude", g.longitude, g.longitude_ref, has_position(g));
     field(json, "altitude_ref", g.altitude_ref);
     field(json, "altitude", g.altitude);
     field(json, "time_stamp", g.time_stamp);
@@ -191,7 +246,7 @@ void ExifReport::print_text(FILE *out, const char *indent) const {
     const auto count = [](uint32_t v) { return v != 0 ? std::to_string(v) : std::string(); };
     const auto text = [](const char *s) {
         std::string quoted;
-        if (s != nullptr) quoted.append(1, '"').append(s).append(1, '"');
+        if (s != nullptr) quoted.append(1, '"').append(printable_text(s)).append(1, '"');
         return quoted;
     };
     const auto ratio_text = [](const DALTJ_Rational &r) { return r.denominator != 0 ? rational(r) : std::string(); };
@@ -210,21 +265,23 @@ void ExifReport::print_text(FILE *out, const char *indent) const {
     line("software", text(e.software));
     line("YCbCr positioning", count(e.ycbcr_positioning));
     line("rights notice", text(e.rights_notice));
-    line("exposure time", ratio_text(e.exposure_time));
-    line("EXIF version", version_text(e.exif_version));
+    line("exposure time", exposure_text(e.exposure_time));
+    line("EXIF version", printable_text(version_text(e.exif_version)));
     line("date/time original", text(e.date_time_original));
     line("date/time digitized", text(e.date_time_digitized));
-    line("flash", count(e.flash));
+    const bool exif_directory = has_exif_directory(e);
+    const auto setting = [&](uint32_t v) { return exif_directory ? std::to_string(v) : std::string(); };
+    line("flash", setting(e.flash));
     line("colour space", count(e.color_space));
     line("pixel x dimension", count(e.pixel_x_dimension));
     line("pixel y dimension", count(e.pixel_y_dimension));
-    line("exposure mode", count(e.exposure_mode));
-    line("white balance", count(e.white_balance));
+    line("exposure mode", setting(e.exposure_mode));
+    line("white balance", setting(e.white_balance));
     line("digital zoom ratio", ratio_text(e.digital_zoom_ratio));
     line("focal length", ratio_text(e.focal_length));
     line("ISO speed", count(e.iso_speed));
     line("exposure bias", sratio_text(e.exposure_bias));
-    line("f-number", ratio_text(e.f_number));
+    line("f-number", f_number_text(e.f_number));
     line("shutter speed", sratio_text(e.shutter_speed));
     const DALTJ_ThumbnailInfo &t = e.thumbnail;
     if (t.present != 0) {
@@ -233,8 +290,10 @@ void ExifReport::print_text(FILE *out, const char *indent) const {
     }
     if (e.gps != nullptr) {
         const DALTJ_GpsInfo &g = *e.gps;
-        line("GPS latitude", dms_text(g.latitude, g.latitude_ref));
-        line("GPS longitude", dms_text(g.longitude, g.longitude_ref));
+        if (has_position(g)) {
+            line("GPS latitude", dms_text(g.latitude, g.latitude_ref));
+            line("GPS longitude", dms_text(g.longitude, g.longitude_ref));
+        }
         if (g.altitude.denominator != 0) {
             line("GPS altitude", number(ratio(g.altitude)) + " m " + (g.altitude_ref == 1 ? "below" : "above") +
                                      " sea level");
@@ -245,7 +304,7 @@ void ExifReport::print_text(FILE *out, const char *indent) const {
                           ratio(g.time_stamp[2]));
             line("GPS time", time);
         }
-        line("GPS date", short_text(g.date_stamp, 11));
+        line("GPS date", printable_text(short_text(g.date_stamp, 11)));
         line("GPS map datum", text(g.map_datum));
     }
 }

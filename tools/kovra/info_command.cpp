@@ -1,87 +1,134 @@
-// kovra info [--exif] [--json] FILE...: what the library's header parse finds in each file: type,
-// width, height, file size, frame count and, for GIFs, the per-frame delays and their total; with
-// --exif, also the file's EXIF record (read and printed by exif_report.cpp).
+// kovra info [--exif] [--json] [--frames] FILE...: what the library's header parse finds in each
+// file: type, width, height, file size, frame count and, for GIFs, the per-frame delays and their
+// total; with --exif, also the file's EXIF record (read and printed by exif_report.cpp); with
+// --frames, for a GIF also the frames the decoder delivers and their delays, beside the header
+// scan's (the two follow different rules of the library and can disagree on damaged files).
 //
-// Each file becomes an ImageSummary (summarize), which the text and JSON printers then show; a new
-// field goes into the struct, summarize and both printers.
+// Each file becomes a FileReport, which the text and JSON printers then show; a new field goes
+// into the struct, report_on and both printers. Exit status 1 when a file cannot be opened or its
+// type is not identified.
 
+#include <algorithm>
 #include <cstdio>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "commands.h"
 #include "exif_report.h"
+#include "gif_frames.h"
+#include "header_scan.h"
 #include "image_file.h"
 #include "json_writer.h"
-#include "kovra_os.h"
-#include "kovra_parse.h"
 
 namespace kovra::tool {
 namespace {
 
-struct ImageSummary {
-    std::string path;
-    bool opened = false;
-    int32_t error = 0;  // the library's error word after opening, or after the parse
-    int32_t type = KOVRADALT_TYPE_UNKNOWN;
-    uint32_t width = 0;
-    uint32_t height = 0;
-    uint32_t file_size = 0;
-    uint32_t frame_count = 0;
-    uint32_t total_delay_ms = 0;
-    std::vector<uint32_t> delays_ms;  // GIF only, one per frame
+// The frames the decoder delivers, as `kovra decode` would get them.
+struct DecodedFrames {
+    std::vector<uint32_t> delays_ms;  // one per decoded frame
+    std::string failure;              // why decoding stopped early, or why it could not start
 };
 
-bool is_gif(int32_t type) { return type == KOVRADALT_TYPE_GIF || type == KOVRADALT_TYPE_ANIMATED_GIF; }
+struct FileReport {
+    HeaderScan scan;
+    std::optional<DecodedFrames> decoded;  // with --frames, for GIFs
+};
 
-ImageSummary summarize(const std::string &path) {
-    ImageSummary summary;
-    summary.path = path;
-    ImageFile image(path);
-    summary.opened = static_cast<bool>(image);
-    if (!image) {
-        summary.error = image.open_error();
-        return summary;
+struct InfoOptions {
+    bool as_json = false;
+    bool with_exif = false;
+    bool with_frames = false;
+    std::vector<std::string> paths;
+};
+
+// Decoded to a 1 x 1 output: the frames and delays are those of a full-size decode, at a fraction
+// of the cost.
+DecodedFrames decode_frames(const HeaderScan &scan) {
+    DecodedFrames decoded;
+    GifFrames frames(scan.path, KOVRADALT_FORMAT_RGBA32);
+    const auto sample = static_cast<int32_t>(std::max({scan.width, scan.height, 1u}));
+    if (!frames.start(sample, &decoded.failure)) return decoded;
+    std::vector<uint8_t> out(static_cast<size_t>(frames.gif().out_height) * frames.gif().out_stride);
+    for (bool last = false; !last;) {
+        const GifFrames::Frame frame = frames.next(out.data());
+        if (!frame.decoded) {
+            decoded.failure = "frame " + std::to_string(decoded.delays_ms.size()) + " failed: " + frame.failure;
+            break;
+        }
+        decoded.delays_ms.push_back(frame.delay_ms);
+        last = frame.last;
     }
-    KOVRADALT_DecInfo *dec = image.record();
-    KOVRADALT_ImageInfo info{};
-    summary.type = KOVRADALT_Parser(dec, &info);
-    summary.error = gKOVRADALT_Error;
-    summary.width = info.width;
-    summary.height = info.height;
-    summary.file_size = info.file_size;
-    summary.frame_count = is_gif(summary.type) ? info.frame_count : info.image_count;
-    if (is_gif(summary.type)) {
-        summary.total_delay_ms = dec->gif_total_delay;
-        // The table holds at least frame_count entries whenever it exists.
-        if (info.frame_delays != nullptr) summary.delays_ms.assign(info.frame_delays, info.frame_delays + info.frame_count);
-    }
-    KOVRADALT_OsFree(info.frame_delays);
-    return summary;
+    return decoded;
 }
 
-void print_text(const ImageSummary &s) {
-    if (!s.opened) {
-        std::printf("%s: cannot open (error %d)\n", s.path.c_str(), s.error);
-        return;
-    }
+FileReport report_on(const std::string &path, bool with_frames) {
+    FileReport report{scan_header(path), std::nullopt};
+    if (with_frames && is_gif(report.scan.type)) report.decoded = decode_frames(report.scan);
+    return report;
+}
+
+void print_delays(const std::vector<uint32_t> &delays) {
+    if (delays.empty()) return;
+    std::printf(", delays");
+    for (uint32_t delay : delays) std::printf(" %u", delay);
+    std::printf(" ms");
+}
+
+void print_frames_text(const FileReport &r) {
+    std::printf("  header scan: %u frame%s", r.scan.frame_count, r.scan.frame_count == 1 ? "" : "s");
+    print_delays(r.scan.delays_ms);
+    const DecodedFrames &d = *r.decoded;
+    std::printf("\n  decoder:     %zu frame%s", d.delays_ms.size(), d.delays_ms.size() == 1 ? "" : "s");
+    print_delays(d.delays_ms);
+    if (!d.failure.empty()) std::printf(" (%s)", d.failure.c_str());
+    std::printf("\n");
+}
+
+// The library's JPEG header parse returns fixed results: it reports no width or height.
+void print_jpeg_text(const HeaderScan &s) {
+    std::printf(", %u bytes; width and height not known (the library's JPEG header parse reports no size)\n",
+                s.file_size);
+}
+
+void print_text(const FileReport &r) {
+    const HeaderScan &s = r.scan;
     std::printf("%s: %s", s.path.c_str(), type_name(s.type));
     if (s.type == KOVRADALT_TYPE_UNKNOWN) {
         if (s.error != 0) std::printf(" (error %d)", s.error);
         std::printf(", %u bytes\n", s.file_size);
         return;
     }
+    if (s.type == KOVRADALT_TYPE_JPEG) return print_jpeg_text(s);
     std::printf(", %u x %u, %u bytes, %u frame%s", s.width, s.height, s.file_size, s.frame_count,
                 s.frame_count == 1 ? "" : "s");
     if (s.frame_count > 1 && !s.delays_ms.empty()) {
-        std::printf(", delays");
-        for (uint32_t delay : s.delays_ms) std::printf(" %u", delay);
-        std::printf(" ms (total %u ms)", s.total_delay_ms);
+        print_delays(s.delays_ms);
+        std::printf(" (total %u ms)", s.total_delay_ms);
     }
     std::printf("\n");
+    if (r.decoded) print_frames_text(r);
 }
 
-void print_json(JsonWriter &json, const ImageSummary &s, bool with_exif) {
+void put_delays(JsonWriter &json, const std::vector<uint32_t> &delays) {
+    json.key("delays_ms");
+    json.begin_array();
+    for (uint32_t delay : delays) json.value(delay);
+    json.end_array();
+}
+
+// A size the parse does not report (JPEG) is null.
+void put_size(JsonWriter &json, const char *name, uint32_t value, bool reported) {
+    json.key(name);
+    if (reported) {
+        json.value(value);
+    } else {
+        json.null();
+    }
+}
+
+void print_json(JsonWriter &json, const FileReport &r, bool with_exif) {
+    const HeaderScan &s = r.scan;
     json.begin_object();
     json.key("file");
     json.value(s.path);
@@ -94,20 +141,29 @@ void print_json(JsonWriter &json, const ImageSummary &s, bool with_exif) {
         json.value(std::string(type_name(s.type)));
         json.key("type_code");
         json.value(s.type);
-        json.key("width");
-        json.value(s.width);
-        json.key("height");
-        json.value(s.height);
+        put_size(json, "width", s.width, s.type != KOVRADALT_TYPE_JPEG);
+        put_size(json, "height", s.height, s.type != KOVRADALT_TYPE_JPEG);
         json.key("file_size");
         json.value(s.file_size);
         json.key("frame_count");
         json.value(s.frame_count);
-        json.key("delays_ms");
-        json.begin_array();
-        for (uint32_t delay : s.delays_ms) json.value(delay);
-        json.end_array();
+        put_delays(json, s.delays_ms);
         json.key("total_delay_ms");
         json.value(s.total_delay_ms);
+        if (r.decoded) {
+            json.key("decoded");
+            json.begin_object();
+            json.key("frame_count");
+            json.value(static_cast<uint32_t>(r.decoded->delays_ms.size()));
+            put_delays(json, r.decoded->delays_ms);
+            json.key("failure");
+            if (r.decoded->failure.empty()) {
+                json.null();
+            } else {
+                json.value(r.decoded->failure);
+            }
+            json.end_object();
+        }
         if (with_exif) {
             json.key("exif");
             ExifReport(s.path).write_json(json);
@@ -116,41 +172,59 @@ void print_json(JsonWriter &json, const ImageSummary &s, bool with_exif) {
     json.end_object();
 }
 
+// False (with *problem) for an unknown option.
+bool parse_options(const Arguments &args, InfoOptions *options, std::string *problem) {
+    bool files_only = false;
+    for (const std::string &arg : args) {
+        if (files_only || arg.empty() || arg[0] != '-') {
+            options->paths.push_back(arg);
+        } else if (arg == "--") {
+            files_only = true;
+        } else if (arg == "--json") {
+            options->as_json = true;
+        } else if (arg == "--exif") {
+            options->with_exif = true;
+        } else if (arg == "--frames") {
+            options->with_frames = true;
+        } else {
+            *problem = "unknown option '" + arg + "'";
+            return false;
+        }
+    }
+    if (options->paths.empty()) *problem = "no FILE given";
+    return !options->paths.empty();
+}
+
 }  // namespace
 
 int run_info(const Arguments &args) {
-    bool as_json = false, with_exif = false;
-    std::vector<std::string> paths;
-    for (const std::string &arg : args) {
-        if (arg == "--json") {
-            as_json = true;
-        } else if (arg == "--exif") {
-            with_exif = true;
-        } else {
-            paths.push_back(arg);
+    InfoOptions options;
+    std::string problem;
+    if (!parse_options(args, &options, &problem)) return usage_error("info", problem);
+    std::vector<FileReport> reports;
+    int status = 0;
+    for (const std::string &path : options.paths) {
+        reports.push_back(report_on(path, options.with_frames));
+        const HeaderScan &s = reports.back().scan;
+        if (!s.opened) {
+            std::fprintf(stderr, "kovra info: %s: cannot open (error %d)\n", path.c_str(), s.error);
+            status = 1;
+        } else if (s.type == KOVRADALT_TYPE_UNKNOWN) {
+            status = 1;
         }
     }
-    if (paths.empty()) {
-        std::fprintf(stderr, "usage: kovra info [--exif] [--json] FILE...\n");
-        return 2;
-    }
-    std::vector<ImageSummary> summaries;
-    int status = 0;
-    for (const std::string &path : paths) {
-        summaries.push_back(summarize(path));
-        if (!summaries.back().opened) status = 1;
-    }
-    if (as_json) {
+    if (options.as_json) {
         JsonWriter json(stdout);
         json.begin_array();
-        for (const ImageSummary &s : summaries) print_json(json, s, with_exif);
+        for (const FileReport &r : reports) print_json(json, r, options.with_exif);
         json.end_array();
         json.finish();
-    } else {
-        for (const ImageSummary &s : summaries) {
-            print_text(s);
-            if (with_exif && s.opened) ExifReport(s.path).print_text(stdout, "  ");
-        }
+        return status;
+    }
+    for (const FileReport &r : reports) {
+        if (!r.scan.opened) continue;
+        print_text(r);
+        if (options.with_exif) ExifReport(r.scan.path).print_text(stdout, "  ");
     }
     return status;
 }

@@ -2,6 +2,8 @@
 
 #include <cmath>
 
+#include "text_escape.h"
+
 namespace kovra::tool {
 
 void JsonWriter::before_value() {
@@ -21,7 +23,7 @@ void JsonWriter::write_string(std::string_view text, Escape escape) {
         const auto c = static_cast<unsigned char>(byte);
         if (c == '"' || c == '\\') {
             std::fprintf(out_, "\\%c", c);
-        } else if (c < 0x20 || (escape == Escape::kAllButPrintableAscii && c >= 0x7F)) {
+        } else if (c < 0x20 || c == 0x7F || (escape == Escape::kAllButPrintableAscii && c >= 0x80)) {
             std::fprintf(out_, "\\u%04x", c);
         } else {
             std::fputc(c, out_);
@@ -66,7 +68,7 @@ void JsonWriter::value(const std::string &text) {
 
 void JsonWriter::byte_string(std::string_view bytes) {
     before_value();
-    write_string(bytes, Escape::kAllButPrintableAscii);
+    write_string(bytes, is_valid_utf8(bytes) ? Escape::kControlOnly : Escape::kAllButPrintableAscii);
 }
 
 void JsonWriter::value(int64_t number) {

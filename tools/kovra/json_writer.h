@@ -3,9 +3,10 @@
 //
 // Strings come in two kinds. value(text) is text the tool already holds as UTF-8 (file names,
 // type names): bytes from 0x80 up pass through. byte_string(bytes) is a run of bytes of no known
-// encoding, such as an EXIF ASCII field read from a file: every byte outside printable ASCII is
-// written as \u00XX (the byte read as Latin-1), so the document stays valid UTF-8 JSON whatever
-// the file held.
+// encoding, such as an EXIF ASCII field read from a file: when it is valid UTF-8 it is written as
+// such; otherwise every byte outside printable ASCII is written as \u00XX (the byte read as
+// Latin-1), so the document stays valid UTF-8 JSON whatever the file held. Control characters and
+// DEL are escaped in both kinds.
 #pragma once
 
 #include <cstdint>

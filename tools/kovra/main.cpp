@@ -1,10 +1,9 @@
 // kovra: inspect and decode images with libkovraimagecodec.
 //
-//   kovra info [--exif] [--json] FILE...   type, width, height, file size, frames and delays of each file,
-//                                          and with --exif its EXIF record
-//   kovra exif-thumb FILE -o OUT.jpg   the JPEG thumbnail of a file's EXIF block
-//   kovra decode FILE -o DIR [--sample N] [--format rgba|bgra|index]
-//                                          every frame of a GIF as a PNG in DIR, with the frame delays
+//   kovra info [--exif] [--json] [--frames] FILE...
+//   kovra exif-thumb FILE -o OUT.jpg
+//   kovra decode FILE -o DIR [--sample N] [--format rgba|bgra|index] [--max-pixels N] [--allow-partial]
+//   kovra --version | --help, kovra COMMAND --help
 
 #include <cstdio>
 #include <cstring>
@@ -17,29 +16,75 @@ struct Command {
     const char *name;
     int (*run)(const kovra::tool::Arguments &);
     const char *usage;
+    const char *summary;
 };
 
 constexpr Command kCommands[] = {
-    {"info", kovra::tool::run_info, "info [--exif] [--json] FILE...  type, size, frames, delays (and EXIF)"},
-    {"exif-thumb", kovra::tool::run_exif_thumb, "exif-thumb FILE -o OUT.jpg   write the EXIF thumbnail"},
-    {"decode", kovra::tool::run_decode, "decode FILE -o DIR [--sample N] [--format rgba|bgra|index]\n"
-                                        "                      every frame of a GIF as a PNG, with its delay"},
+    {"info", kovra::tool::run_info, "info [--exif] [--json] [--frames] FILE...",
+     "type, size, frames and delays of each file; --exif adds its EXIF record, --frames the frames\n"
+     "      the decoder delivers beside the header scan's"},
+    {"exif-thumb", kovra::tool::run_exif_thumb, "exif-thumb FILE -o OUT.jpg",
+     "write the JPEG thumbnail of a file's EXIF block"},
+    {"decode", kovra::tool::run_decode,
+     "decode FILE -o DIR [--sample N] [--format rgba|bgra|index] [--max-pixels N] [--allow-partial]",
+     "every frame of a GIF as a PNG in DIR, and (rgba, bgra) one animated PNG of all frames with\n"
+     "      their delays; exits 1 when a frame fails unless --allow-partial"},
 };
 
+const Command *find_command(const char *name) {
+    for (const Command &command : kCommands) {
+        if (std::strcmp(name, command.name) == 0) return &command;
+    }
+    return nullptr;
+}
+
+void print_command_help(FILE *out, const Command &command) {
+    std::fprintf(out, "usage: kovra %s\n      %s\n", command.usage, command.summary);
+}
+
 int usage(FILE *out) {
-    std::fprintf(out, "usage: kovra COMMAND [ARGS]\n");
-    for (const Command &command : kCommands) std::fprintf(out, "  kovra %s\n", command.usage);
+    std::fprintf(out, "usage: kovra COMMAND [ARGS]   (kovra COMMAND --help for one command)\n"
+                      "       kovra --version\n");
+    for (const Command &command : kCommands) {
+        std::fprintf(out, "  kovra %s\n      %s\n", command.usage, command.summary);
+    }
     return out == stdout ? 0 : 2;
+}
+
+bool asks_for_help(int argc, char **argv) {
+    for (int i = 2; i < argc && std::strcmp(argv[i], "--") != 0; ++i) {
+        if (std::strcmp(argv[i], "--help") == 0 || std::strcmp(argv[i], "-h") == 0) return true;
+    }
+    return false;
 }
 
 }  // namespace
 
+namespace kovra::tool {
+
+int usage_error(const char *command, const std::string &problem) {
+    std::fprintf(stderr, "kovra %s: %s\n", command, problem.c_str());
+    if (const Command *found = find_command(command)) print_command_help(stderr, *found);
+    return 2;
+}
+
+}  // namespace kovra::tool
+
 int main(int argc, char **argv) {
     if (argc < 2) return usage(stderr);
     if (std::strcmp(argv[1], "-h") == 0 || std::strcmp(argv[1], "--help") == 0) return usage(stdout);
-    for (const Command &command : kCommands) {
-        if (std::strcmp(argv[1], command.name) == 0) return command.run(kovra::tool::Arguments(argv + 2, argv + argc));
+    if (std::strcmp(argv[1], "--version") == 0) {
+        std::printf("kovra %s\n", KOVRA_VERSION);
+        return 0;
     }
-    std::fprintf(stderr, "kovra: unknown command '%s'\n", argv[1]);
-    return usage(stderr);
+    const Command *command = find_command(argv[1]);
+    if (command == nullptr) {
+        std::fprintf(stderr, "kovra: unknown command '%s'\n", argv[1]);
+        return usage(stderr);
+    }
+    if (asks_for_help(argc, argv)) {
+        print_command_help(stdout, *command);
+        return 0;
+    }
+    return command->run(kovra::tool::Arguments(argv + 2, argv + argc));
 }

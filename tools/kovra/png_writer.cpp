@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <memory>
+
+#include "png_chunks.h"
 
 #ifdef KOVRA_TOOL_LIBPNG
 #include <png.h>
@@ -11,16 +12,18 @@
 namespace kovra::tool {
 namespace {
 
-struct FileCloser {
-    void operator()(FILE *file) const { std::fclose(file); }
-};
-using File = std::unique_ptr<FILE, FileCloser>;
-
 int bytes_per_pixel(const PngImage &image) { return image.indexed ? 1 : 4; }
 
 #ifdef KOVRA_TOOL_LIBPNG
 
-bool write_with_libpng(FILE *file, const PngImage &image, std::string *error) {
+void append_output(png_structp png, png_bytep data, png_size_t size) {
+    auto *out = static_cast<Bytes *>(png_get_io_ptr(png));
+    out->insert(out->end(), data, data + size);
+}
+
+void flush_nothing(png_structp) {}
+
+bool encode_with_libpng(const PngImage &image, Bytes *out, std::string *error) {
     png_structp png = png_create_write_struct(PNG_LIBPNG_VER_STRING, nullptr, nullptr, nullptr);
     png_infop info = png ? png_create_info_struct(png) : nullptr;
     if (info == nullptr) {
@@ -33,7 +36,7 @@ bool write_with_libpng(FILE *file, const PngImage &image, std::string *error) {
         *error = "libpng failed while writing";
         return false;
     }
-    png_init_io(png, file);
+    png_set_write_fn(png, out, append_output, flush_nothing);
     png_set_IHDR(png, info, static_cast<png_uint_32>(image.width), static_cast<png_uint_32>(image.height), 8,
                  image.indexed ? PNG_COLOR_TYPE_PALETTE : PNG_COLOR_TYPE_RGBA, PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
@@ -60,40 +63,8 @@ bool write_with_libpng(FILE *file, const PngImage &image, std::string *error) {
 #else
 
 // Without libpng: zlib "stored" blocks, so no compressor is needed.
-class Chunks {
-public:
-    explicit Chunks(FILE *file) : file_(file) {}
-    void write(const char *type, const std::vector<uint8_t> &data) {
-        put32(static_cast<uint32_t>(data.size()));
-        std::vector<uint8_t> body(type, type + 4);
-        body.insert(body.end(), data.begin(), data.end());
-        std::fwrite(body.data(), 1, body.size(), file_);
-        put32(crc(body));
-    }
-
-private:
-    void put32(uint32_t v) {
-        const uint8_t b[4] = {static_cast<uint8_t>(v >> 24), static_cast<uint8_t>(v >> 16), static_cast<uint8_t>(v >> 8),
-                              static_cast<uint8_t>(v)};
-        std::fwrite(b, 1, 4, file_);
-    }
-    static uint32_t crc(const std::vector<uint8_t> &bytes) {
-        uint32_t c = 0xFFFFFFFFu;
-        for (uint8_t byte : bytes) {
-            c ^= byte;
-            for (int k = 0; k < 8; ++k) c = (c >> 1) ^ (0xEDB88320u & (0u - (c & 1u)));
-        }
-        return c ^ 0xFFFFFFFFu;
-    }
-    FILE *file_;
-};
-
-void append32(std::vector<uint8_t> &out, uint32_t v) {
-    for (int shift = 24; shift >= 0; shift -= 8) out.push_back(static_cast<uint8_t>(v >> shift));
-}
-
-std::vector<uint8_t> stored_zlib(const std::vector<uint8_t> &raw) {
-    std::vector<uint8_t> out = {0x78, 0x01};
+Bytes stored_zlib(const Bytes &raw) {
+    Bytes out = {0x78, 0x01};
     size_t at = 0;
     do {
         const size_t n = std::min<size_t>(65535, raw.size() - at);
@@ -110,60 +81,69 @@ std::vector<uint8_t> stored_zlib(const std::vector<uint8_t> &raw) {
         a = (a + byte) % 65521u;
         b = (b + a) % 65521u;
     }
-    append32(out, (b << 16) | a);
+    append_u32be(out, (b << 16) | a);
     return out;
 }
 
-bool write_stored(FILE *file, const PngImage &image, std::string *) {
-    static const uint8_t signature[8] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
-    std::fwrite(signature, 1, 8, file);
-    Chunks chunks(file);
-    std::vector<uint8_t> header;
-    append32(header, static_cast<uint32_t>(image.width));
-    append32(header, static_cast<uint32_t>(image.height));
+void encode_stored(const PngImage &image, Bytes *out) {
+    out->assign(kPngSignature, kPngSignature + sizeof kPngSignature);
+    Bytes header;
+    append_u32be(header, static_cast<uint32_t>(image.width));
+    append_u32be(header, static_cast<uint32_t>(image.height));
     header.insert(header.end(), {8, static_cast<uint8_t>(image.indexed ? 3 : 6), 0, 0, 0});
-    chunks.write("IHDR", header);
+    append_chunk(*out, "IHDR", header);
     if (image.indexed) {
-        std::vector<uint8_t> colors, alphas;
+        Bytes colors, alphas;
         for (const auto &entry : image.palette) {
             colors.insert(colors.end(), {entry[0], entry[1], entry[2]});
             alphas.push_back(entry[3]);
         }
-        chunks.write("PLTE", colors);
-        chunks.write("tRNS", alphas);
+        append_chunk(*out, "PLTE", colors);
+        append_chunk(*out, "tRNS", alphas);
     }
     const size_t stride = static_cast<size_t>(image.width) * bytes_per_pixel(image);
-    std::vector<uint8_t> raw;
+    Bytes raw;
     for (int y = 0; y < image.height; ++y) {
         raw.push_back(0);  // filter: none
         const uint8_t *row = image.pixels + static_cast<size_t>(y) * stride;
         raw.insert(raw.end(), row, row + stride);
     }
-    chunks.write("IDAT", stored_zlib(raw));
-    chunks.write("IEND", {});
-    return true;
+    append_chunk(*out, "IDAT", stored_zlib(raw));
+    append_chunk(*out, "IEND", {});
 }
 
 #endif
 
 }  // namespace
 
-bool write_png(const std::string &path, const PngImage &image, std::string *error) {
-    File file(std::fopen(path.c_str(), "wb"));
-    if (!file) {
+bool encode_png(const PngImage &image, Bytes *out, std::string *error) {
+    out->clear();
+#ifdef KOVRA_TOOL_LIBPNG
+    return encode_with_libpng(image, out, error);
+#else
+    (void)error;
+    encode_stored(image, out);
+    return true;
+#endif
+}
+
+bool write_file(const std::string &path, const Bytes &bytes, std::string *error) {
+    FILE *file = std::fopen(path.c_str(), "wb");
+    if (file == nullptr) {
         *error = "cannot create " + path;
         return false;
     }
-#ifdef KOVRA_TOOL_LIBPNG
-    if (!write_with_libpng(file.get(), image, error)) return false;
-#else
-    write_stored(file.get(), image, error);
-#endif
-    if (std::ferror(file.get())) {
+    const bool written = std::fwrite(bytes.data(), 1, bytes.size(), file) == bytes.size();
+    if (std::fclose(file) != 0 || !written) {
         *error = "write error on " + path;
         return false;
     }
     return true;
+}
+
+bool write_png(const std::string &path, const PngImage &image, std::string *error) {
+    Bytes png;
+    return encode_png(image, &png, error) && write_file(path, png, error);
 }
 
 }  // namespace kovra::tool

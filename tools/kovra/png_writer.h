@@ -18,6 +18,12 @@ struct PngImage {
     std::vector<std::array<uint8_t, 4>> palette;   // RGBA entries for an indexed image
 };
 
+// The whole PNG file of `image` in *out; on failure returns false with a reason in *error.
+bool encode_png(const PngImage &image, std::vector<uint8_t> *out, std::string *error);
+
+// Writes `bytes` to a new file at `path`; on failure returns false with a reason in *error.
+bool write_file(const std::string &path, const std::vector<uint8_t> &bytes, std::string *error);
+
 // Writes `image` to `path`; on failure returns false with a reason in *error.
 bool write_png(const std::string &path, const PngImage &image, std::string *error);
 
