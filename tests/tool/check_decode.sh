@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# check_decode.sh KOVRA SAMPLES_DIR: `kovra decode` writes one PNG per frame of each sample GIF,
-# prints the delays, and refuses bad arguments and non-GIF files.
+# check_decode.sh KOVRA SAMPLES_DIR: `kovra decode` writes one PNG per frame of each sample GIF and
+# an animated PNG, prints the delays, names why a GIF or a frame failed (exit 1 unless
+# --allow-partial), and refuses bad arguments and non-GIF files.
 set -euo pipefail
 kovra=$1 samples=$2
 out=$(mktemp -d)
@@ -17,6 +18,21 @@ done
 [ -e "$out/rgba/animated-red-blue-004.png" ] && fail "animated-red-blue.gif has four frames, a fifth was written"
 grep -q "frame 1: delay 200 ms" <<<"$log" || fail "expected the second frame's delay of 200 ms, got: $log"
 grep -q "4 frames written" <<<"$log" || fail "expected 4 frames, got: $log"
+is_png "$out/rgba/animated-red-blue.png" || fail "no animated PNG beside the frames"
+
+# 1 x 1 GIFs: two frames, the second with an LZW code size of 12; then headers the library refuses.
+gif_head='GIF89a\x01\x00\x01\x00\x80\x00\x00\x00\x00\x00\xff\xff\xff'
+frame=',\x00\x00\x00\x00\x01\x00\x01\x00\x00'
+printf "$gif_head$frame"'\x02\x02\x44\x01\x00'"$frame"'\x0c\x02\x44\x01\x00;' >"$out/two.gif"
+if log=$("$kovra" decode "$out/two.gif" -o "$out/two" 2>/dev/null); then fail "a failed frame gave exit status 0"; fi
+grep -q "1 frame written to .*; frame 1 failed: LZW code size 12" <<<"$log" || fail "no failure summary: $log"
+"$kovra" decode "$out/two.gif" -o "$out/two" --allow-partial >/dev/null 2>&1 || fail "--allow-partial still failed"
+for case in 'GIF8Xa\x01\x00\x01\x00\x00\x00\x00,bad signature' 'GIF89a\x00\x00\x01\x00\x00\x00\x00,zero screen' \
+            'GIF89a\x01\x00\x01\x00\x87\x00\x00\x00\x00,colour table is cut off'; do
+  printf "${case%,*}" >"$out/bad.gif"
+  err=$("$kovra" decode "$out/bad.gif" -o "$out/bad" 2>&1 >/dev/null) && fail "accepted ${case%,*}"
+  grep -q "${case#*,}" <<<"$err" || fail "expected '${case#*,}', got: $err"
+done
 
 for format in bgra index; do
   "$kovra" decode "$samples/hippopotamus.interlaced.gif" -o "$out/$format" --format "$format" --sample 3 >/dev/null

@@ -1,9 +1,13 @@
 #!/usr/bin/env bash
-# check_exif_json.sh KOVRA CORPUS_DIR: `kovra info --exif --json` writes valid JSON that carries EXIF
-# strings exactly, whatever bytes they hold.
-#  - A JPEG made here whose Make holds a quote, a backslash, a tab, 0x01, 0x7F and a lone 0xE9:
-#    jq must read back those very characters (0xE9 as U+00E9), and an absent Model must be null.
-#    The file is listed twice, so the commas between records are checked too.
+# check_exif_json.sh KOVRA CORPUS_DIR: `kovra info --exif` shows EXIF strings safely in text and
+# exactly in JSON, whatever bytes they hold.
+#  - A JPEG made here whose Make holds a quote, a backslash, a tab, 0x01, 0x7F and a lone 0xE9
+#    (not UTF-8) and whose Model is UTF-8 with trailing blanks: jq must read back those very
+#    characters (0xE9 as U+00E9, the Model whole); the text output escapes the Make and trims the
+#    Model. The file is listed twice, so the commas between records are checked too.
+#  - A corpus photo whose GPS directory has no position: null in JSON, no line in text; its zero
+#    white balance shown, exposure time and f-number in their usual forms (skipped without corpus).
+#  - exif-thumb refuses a thumbnail whose bytes do not start with a JPEG SOI marker (corpus).
 #  - Every JPEG and TIFF of the shared corpus in one run must parse as one array with a record
 #    per file (skipped when the corpus is absent).
 set -euo pipefail
@@ -13,23 +17,42 @@ trap 'rm -rf "$work"' EXIT
 status=0
 fail() { echo "$*"; status=1; }
 
-# Little-endian TIFF data: header, IFD0 with a single ASCII entry (Make, 10 bytes at offset 26),
-# no next IFD, then the string.
-tiff='II\x2a\x00\x08\x00\x00\x00'
-tiff+='\x01\x00''\x0f\x01\x02\x00\x0a\x00\x00\x00\x1a\x00\x00\x00''\x00\x00\x00\x00'
-tiff+='Q"B\\S\t\x01\x7f\xe9\x00'
+# Little-endian TIFF data: header, IFD0 with Make (10 bytes at offset 38) and Model (10 bytes at
+# 48), no next IFD, then the strings.
+tiff='II\x2a\x00\x08\x00\x00\x00\x02\x00'
+tiff+='\x0f\x01\x02\x00\x0a\x00\x00\x00\x26\x00\x00\x00''\x10\x01\x02\x00\x0a\x00\x00\x00\x30\x00\x00\x00'
+tiff+='\x00\x00\x00\x00''Q"B\\S\t\x01\x7f\xe9\x00''Z\xc3\xbcrich  \x00'
 jpeg="$work/make.jpg"
-# SOI, APP1 (length 2 + 6 + 36 = 44) "Exif" 0 0 with the TIFF data, EOI.
-printf '\xff\xd8\xff\xe1\x00\x2cExif\x00\x00'"$tiff"'\xff\xd9' >"$jpeg"
-[ "$(wc -c <"$jpeg")" -eq 50 ] || fail "the test JPEG came out $(wc -c <"$jpeg") bytes long, not 50"
+# SOI, APP1 (length 2 + 6 + 58) "Exif" 0 0 with the TIFF data, EOI.
+printf '\xff\xd8\xff\xe1\x00\x42Exif\x00\x00'"$tiff"'\xff\xd9' >"$jpeg"
+[ "$(wc -c <"$jpeg")" -eq 72 ] || fail "the test JPEG came out $(wc -c <"$jpeg") bytes long, not 72"
 
 out=$("$kovra" info --exif --json "$jpeg" "$jpeg")
 # shellcheck disable=SC2016
-check='length == 2 and (.[] | .exif.found == true and .exif.model == null
+check='length == 2 and (.[] | .exif.found == true and .exif.model == "Z\u00fcrich  "
        and .exif.make == "Q\"B\\S\t\u0001\u007f\u00e9")'
 if ! jq -e "$check" <<<"$out" >/dev/null; then
   fail "EXIF strings did not survive the JSON output:"
   echo "$out"
+fi
+out=$("$kovra" info --exif "$jpeg")
+grep -Fqx '  make: "Q\"B\\S\t\x01\x7F\xE9"' <<<"$out" || fail "Make not escaped in text: $out"
+grep -Fqx '  model: "Zürich"' <<<"$out" || fail "Model not kept as UTF-8 and trimmed in text: $out"
+
+photo=$corpus/jpeg-exif/exif-samples/Canon_40D.jpg
+if [ -f "$photo" ]; then
+  jq -e '.[0].exif.gps | .latitude == null and .longitude_decimal == null' \
+    <<<"$("$kovra" info --exif --json "$photo")" >/dev/null || fail "a GPS position without coordinates"
+  out=$("$kovra" info --exif "$photo")
+  grep -q "GPS latitude" <<<"$out" && fail "a GPS latitude line without a latitude"
+  for line in "white balance: 0" "exposure time: 1/160 s (1/160)" "f-number: f/7.1 (71/10)"; do
+    grep -Fqx "  $line" <<<"$out" || fail "expected '$line' in: $out"
+  done
+fi
+placeholder=$corpus/jpeg-exif/exiftool-t-images/GPS.jpg  # IFD1 points at 28 bytes that are no JPEG
+if [ -f "$placeholder" ]; then
+  err=$("$kovra" exif-thumb "$placeholder" -o "$work/thumb.jpg" 2>&1) && fail "exif-thumb wrote a placeholder"
+  grep -q "placeholder, not JPEG data" <<<"$err" || fail "exif-thumb on a placeholder said: $err"
 fi
 
 if [ -d "$corpus" ]; then
