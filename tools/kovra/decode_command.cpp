@@ -93,8 +93,10 @@ bool parse_options(const Arguments &args, DecodeOptions *options, std::string *p
     return true;
 }
 
-std::vector<std::array<uint8_t, 4>> palette_of(const uint32_t *colors) {
-    std::vector<std::array<uint8_t, 4>> palette;
+using Palette = std::vector<std::array<uint8_t, 4>>;
+
+Palette palette_of(const uint32_t *colors) {
+    Palette palette;
     for (int i = 0; i < DALTI_GIF_PALETTE_SLOTS; ++i) {
         const uint32_t w = colors != nullptr ? colors[i] : GIF_COLOR_UNSET;
         if (w == GIF_COLOR_UNSET) {
@@ -143,6 +145,34 @@ int fail(const DecodeOptions &options, const std::string &problem) {
     return 1;
 }
 
+// One decoded frame as DIR/<name>-NNN.png and, in frame mode, as the animation's next frame.
+// BGRA frames are written in RGBA order; the buffer is put back as the decoder left it.
+// `palette`: the frame's colour table in index mode, empty otherwise.
+bool save_frame(const DecodeOptions &options, int index, const GifFrames &frames, std::vector<uint8_t> &out,
+                Palette palette, uint32_t delay_ms, ApngWriter *animation, std::string *problem) {
+    const bool frame_mode = options.format != KOVRADALT_FORMAT_INDEX8;
+    const bool bgra = options.format == KOVRADALT_FORMAT_BGRA32;
+    PngImage png{frames.gif().out_width, frames.gif().out_height, !frame_mode, out.data(), std::move(palette)};
+    if (bgra) swap_red_blue(out);
+    const std::string path = frame_path(options, index);
+    const bool saved = write_png(path, png, problem) && (!frame_mode || animation->add_frame(png, delay_ms, problem));
+    if (bgra) swap_red_blue(out);
+    if (saved) std::printf("  frame %d: delay %u ms -> %s\n", index, delay_ms, path.c_str());
+    return saved;
+}
+
+// Checks the output size against --max-pixels; true when it may be decoded.
+bool output_size_allowed(const DecodeOptions &options, const DALTI_GIFDecoderInfo &gif, std::string *problem) {
+    if (int64_t{gif.out_width} * gif.out_height <= options.max_pixels) return true;
+    char text[200];
+    std::snprintf(text, sizeof text,
+                  "the output of %d x %d pixels is above the limit of %lld pixels "
+                  "(a larger --sample makes it smaller; --max-pixels raises the limit)",
+                  gif.out_width, gif.out_height, static_cast<long long>(options.max_pixels));
+    *problem = text;
+    return false;
+}
+
 int decode_frames(const DecodeOptions &options) {
     GifFrames frames(options.input, options.format);
     std::string problem;
@@ -150,16 +180,7 @@ int decode_frames(const DecodeOptions &options) {
     const DALTI_GIFDecoderInfo &gif = frames.gif();
     std::printf("%s: %d x %d, output %d x %d\n", options.input.c_str(), gif.screen_width, gif.screen_height,
                 gif.out_width, gif.out_height);
-
-    const int32_t out_w = gif.out_width, out_h = gif.out_height;
-    if (int64_t{out_w} * out_h > options.max_pixels) {
-        char text[200];
-        std::snprintf(text, sizeof text,
-                      "the output of %d x %d pixels is above the limit of %lld pixels "
-                      "(a larger --sample makes it smaller; --max-pixels raises the limit)",
-                      out_w, out_h, static_cast<long long>(options.max_pixels));
-        return fail(options, text);
-    }
+    if (!output_size_allowed(options, gif, &problem)) return fail(options, problem);
     std::error_code ignored;
     std::filesystem::create_directories(options.output_dir, ignored);
     const bool frame_mode = options.format != KOVRADALT_FORMAT_INDEX8;
@@ -169,26 +190,21 @@ int decode_frames(const DecodeOptions &options) {
 
     const uint32_t scanned = scan_header(options.input).frame_count;
     ProgressLine progress("kovra decode " + options.input);
-    std::vector<uint8_t> out(static_cast<size_t>(out_h) * gif.out_stride, 0);
-    const bool bgra = options.format == KOVRADALT_FORMAT_BGRA32;
+    std::vector<uint8_t> out(static_cast<size_t>(gif.out_height) * gif.out_stride, 0);
     int written = 0;
     std::string failure;
     for (bool last = false; !last; ++written) {
-        const auto palette = palette_of(frame_mode ? nullptr : KOVRADALTI_GetColorMap(frames.record()));
+        // The colour table of the frame about to be decoded (decoding moves on to the next frame's).
+        Palette palette = frame_mode ? Palette{} : palette_of(KOVRADALTI_GetColorMap(frames.record()));
         const GifFrames::Frame frame = frames.next(out.data());
         if (!frame.decoded) {
             failure = frame.failure;
             break;
         }
         last = frame.last;
-        // BGRA frames are written in RGBA order; the buffer is put back as the decoder left it.
-        if (bgra) swap_red_blue(out);
-        PngImage png{out_w, out_h, !frame_mode, out.data(), frame_mode ? decltype(palette){} : palette};
-        const std::string path = frame_path(options, written);
-        const bool saved = write_png(path, png, &problem) && (!frame_mode || animation.add_frame(png, frame.delay_ms, &problem));
-        if (bgra) swap_red_blue(out);
-        if (!saved) return fail(options, problem);
-        std::printf("  frame %d: delay %u ms -> %s\n", written, frame.delay_ms, path.c_str());
+        if (!save_frame(options, written, frames, out, std::move(palette), frame.delay_ms, &animation, &problem)) {
+            return fail(options, problem);
+        }
         progress.update(static_cast<uint32_t>(written) + 1, scanned);
     }
     progress.finish();
