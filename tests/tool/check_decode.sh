@@ -28,7 +28,8 @@ if log=$("$kovra" decode "$out/two.gif" -o "$out/two" 2>/dev/null); then fail "a
 grep -q "1 frame written to .*; frame 1 failed: LZW code size 12" <<<"$log" || fail "no failure summary: $log"
 "$kovra" decode "$out/two.gif" -o "$out/two" --allow-partial >/dev/null 2>&1 || fail "--allow-partial still failed"
 for case in 'GIF8Xa\x01\x00\x01\x00\x00\x00\x00,bad signature' 'GIF89a\x00\x00\x01\x00\x00\x00\x00,zero screen' \
-            'GIF89a\x01\x00\x01\x00\x87\x00\x00\x00\x00,colour table is cut off'; do
+            'GIF89a\x01\x00\x01\x00\x87\x00\x00\x00\x00,colour table is cut off' \
+            'GIF89a\x11\x27\x01\x00\x00\x00\x00,above the limit of 10000'; do
   printf "${case%,*}" >"$out/bad.gif"
   err=$("$kovra" decode "$out/bad.gif" -o "$out/bad" 2>&1 >/dev/null) && fail "accepted ${case%,*}"
   grep -q "${case#*,}" <<<"$err" || fail "expected '${case#*,}', got: $err"
@@ -48,7 +49,7 @@ if err=$("$kovra" decode "$out/huge.gif" -o "$out/huge" --format index 2>&1 >/de
   fail "kovra decode accepted a 65535 x 65535 output"
 fi
 grep -q -- "--max-pixels" <<<"$err" || fail "the refusal should name --max-pixels, got: $err"
-"$kovra" decode "$out/huge.gif" -o "$out/huge" --format index --sample 1000 --max-pixels 5000 >/dev/null ||
+"$kovra" decode "$out/huge.gif" -o "$out/huge" --format index --sample 1000 --max-pixels 4225 >/dev/null ||
   fail "a 65 x 65 output within --max-pixels was refused"
 
 for bad in "--sample 0" "--format rgb" "-o" "" "--max-pixels 0"; do
