@@ -12,6 +12,8 @@
 #include <cmath>
 #include <csetjmp>
 #include <cstdio>
+#include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -20,7 +22,6 @@ extern "C" {
 }
 
 #include "jpeg_host.h"
-#include "multipliers.h"
 #include "support/corpus.h"
 
 namespace {
@@ -172,5 +173,79 @@ TEST(JpegRoad, FullSizeMatchesThePeer) { sweep(1); }
 TEST(JpegRoad, HalfSizeMatchesThePeer) { sweep(2); }
 TEST(JpegRoad, QuarterSizeMatchesThePeer) { sweep(4); }
 TEST(JpegRoad, EighthSizeMatchesThePeer) { sweep(8); }
+
+std::vector<uint8_t> seed(const char *name) {
+    return kovra::test::read_file(std::filesystem::path(KOVRA_ROAD_SEEDS) / name);
+}
+
+// A 16 x 16 JPEG of one flat colour in `space` (libjpeg-turbo's encoder).
+std::vector<uint8_t> encode_flat(J_COLOR_SPACE space, int components) {
+    jpeg_compress_struct c{};
+    jpeg_error_mgr err{};
+    c.err = jpeg_std_error(&err);
+    jpeg_create_compress(&c);
+    unsigned char *data = nullptr;
+    unsigned long length = 0;
+    jpeg_mem_dest(&c, &data, &length);
+    c.image_width = c.image_height = 16;
+    c.input_components = components;
+    c.in_color_space = space;
+    jpeg_set_defaults(&c);
+    jpeg_start_compress(&c, TRUE);
+    std::vector<uint8_t> row(16 * size_t(components), 100);
+    while (c.next_scanline < c.image_height) {
+        JSAMPROW r = row.data();
+        jpeg_write_scanlines(&c, &r, 1);
+    }
+    jpeg_finish_compress(&c);
+    jpeg_destroy_compress(&c);
+    std::vector<uint8_t> jpeg(data, data + length);
+    std::free(data);
+    return jpeg;
+}
+
+// The cancel callback is asked before every MCU row with the rows written so far (the first MCU
+// row's last row group waits for the second: context rows); refusing stops the decode there.
+TEST(JpegHost, CancelStopsBeforeTheNextMcuRow) {
+    Jpeg jpeg;
+    ASSERT_EQ(jpeg.open_memory(seed("ycc420-32x32.jpg")), Error::none);
+    std::vector<uint32_t> asked;
+    DecodeOptions options;
+    options.keepGoing = [&](uint32_t rows) {
+        asked.push_back(rows);
+        return rows == 0;
+    };
+    Picture picture;
+    EXPECT_EQ(jpeg.decode(options, picture), Error::cancelled);
+    EXPECT_EQ(asked, (std::vector<uint32_t>{0, 14}));
+    asked.clear();
+    options.keepGoing = [&](uint32_t rows) {
+        asked.push_back(rows);
+        return true;
+    };
+    EXPECT_EQ(jpeg.decode(options, picture), Error::none);
+    EXPECT_EQ(asked, (std::vector<uint32_t>{0, 14}));
+}
+
+TEST(JpegHost, ErrorsComeBackAsValues) {
+    Jpeg jpeg;
+    Picture picture;
+    EXPECT_EQ(jpeg.decode({}, picture), Error::not_open);
+    EXPECT_EQ(jpeg.open_file("/nonexistent/photo.jpg"), Error::unreadable);
+    EXPECT_EQ(jpeg.open_memory({'G', 'I', 'F', '8', '9', 'a'}), Error::corrupt);
+    std::vector<uint8_t> cut = seed("ycc444-36x28.jpg");
+    cut.resize(200);  // inside the tables
+    EXPECT_EQ(jpeg.open_memory(cut), Error::corrupt);
+    Limits small;
+    small.maxPixels = 36 * 28 - 1;
+    EXPECT_EQ(jpeg.open_memory(seed("ycc444-36x28.jpg"), small), Error::too_large);
+    ASSERT_EQ(jpeg.open_memory(encode_flat(JCS_CMYK, 4)), Error::none);
+    EXPECT_EQ(jpeg.description().colour, ColourSpace::cmyk);
+    EXPECT_EQ(jpeg.decode({}, picture), Error::unsupported);
+    ASSERT_EQ(jpeg.open_memory(seed("grey-10x10.jpg")), Error::none);
+    DecodeOptions third;
+    third.scaleDenominator = 3;
+    EXPECT_EQ(jpeg.decode(third, picture), Error::unsupported);
+}
 
 }  // namespace
