@@ -55,6 +55,9 @@ struct Picture {
 struct DecodeOptions {
     int scaleDenominator = 1;                // 1, 2, 4 or 8
     Format format = Format::rgba;
+    // At 1/8, YCbCr 4:4:4, 4:2:2 or 4:2:0: the library's DC-only decoders make each block's
+    // sample from its DC term alone (chroma then replicated), in place of the 1 x 1 transform.
+    bool dcOnly = false;
     // Called before each MCU row with the output rows written so far; false stops the decode.
     std::function<bool(uint32_t rowsWritten)> keepGoing;
 };

@@ -82,6 +82,8 @@ Error Road::build() {
         if (maxH_ % c.h != 0 || maxV_ % c.v != 0) return Error::unsupported;
     if (grey) blocksInMcu = 1;
     if (blocksInMcu > 10) return Error::unsupported;
+    dc_ = options_.dcOnly;
+    if (Error e = check_dc_road(); e != Error::none) return e;
     width_ = scaled_size(d.width, scale_);
     height_ = scaled_size(d.height, scale_);
 
@@ -107,6 +109,7 @@ Error Road::build() {
     ctx_.huffState = &huff_;
     ctx_.coefController = &coef_;
     coef_.mcuRowsPerRow = 1;
+    for (size_t i = 0; i < mcuBlocks_.size(); ++i) coef_.blocks[i] = mcuBlocks_[i].data();
     ctx_.mainController = &main_;
     ctx_.sampleRows = &sampleRows_;
     ctx_.scaledWidth = static_cast<int32_t>(width_);
@@ -136,18 +139,29 @@ Error Road::build() {
     return Error::none;
 }
 
+// The DC-only decoders write planar YCbCr at 1/8 for three samplings with 1 x 1 chroma.
+Error Road::check_dc_road() const {
+    if (!dc_) return Error::none;
+    const auto &c = image_.components();
+    if (scale_ != 8 || c.size() != 3 || image_.description().colour != ColourSpace::ycbcr) return Error::unsupported;
+    if (c[1].h != 1 || c[1].v != 1 || c[2].h != 1 || c[2].v != 1) return Error::unsupported;
+    const bool known = (c[0].h == 1 && c[0].v == 1) || (c[0].h == 2 && (c[0].v == 1 || c[0].v == 2));
+    return known ? Error::none : Error::unsupported;
+}
+
 void Road::build_component(int c) {
     const ComponentCoefficients &source = image_.components()[c];
     Component &k = components_[c];
     k.h = source.h;
     k.v = source.v;
     const auto h = static_cast<uint32_t>(k.h), v = static_cast<uint32_t>(k.v);
-    k.block = component_block(blockSize_, maxH_, maxV_, h, v);
+    k.block = dc_ ? 1 : component_block(blockSize_, maxH_, maxV_, h, v);
     k.rgroup = v * k.block / blockSize_;
     k.hRatio = maxH_ * blockSize_ / (h * k.block);
     k.vRatio = maxV_ * blockSize_ / (v * k.block);
     k.rowWidth = ctx_.mcusPerRow * h * k.block;
-    k.multipliers = k.block == 8 ? aan_multipliers(source.quant) : plain_multipliers(source.quant);
+    // The DC road reads the full-size multipliers: (dc * m) >> 15 is then the block's level.
+    k.multipliers = k.block == 8 || dc_ ? aan_multipliers(source.quant) : plain_multipliers(source.quant);
     std::copy(source.quant.begin(), source.quant.end(), k.quant.steps);
 
     const Description &d = image_.description();

@@ -33,6 +33,8 @@ public:
     // Stages (stages.cpp): one MCU row through the inverse DCT into the list's sample rows, and
     // the row groups of the current list handed on to colour conversion.
     uint32_t decode_mcu_row(uint8_t ***componentRows);
+    uint32_t decode_reduced_row(uint8_t ***componentRows);
+    int32_t next_mcu(int16_t **blocks);
     void hand_on(uint32_t *rowsOut, uint32_t rowsAvail);
     uint32_t keep_going(uint32_t rowsWritten);
 
@@ -55,6 +57,7 @@ private:
     };
 
     Error build();
+    Error check_dc_road() const;
     void build_component(int c);
     void build_lists(Component &k);
     void set_output(Picture &out);
@@ -65,6 +68,7 @@ private:
     const CoefficientImage &image_;
     DecodeOptions options_;
     int scale_ = 1;
+    bool dc_ = false;             // the DC-only road at 1/8
     uint32_t blockSize_ = 8;      // samples across one block of the largest component at the output scale
     uint32_t maxH_ = 1, maxV_ = 1;
     uint32_t width_ = 0, height_ = 0;
@@ -80,6 +84,8 @@ private:
     std::array<DALTJ_ComponentInfo, 4> info_{};
     std::vector<Component> components_;
 
+    std::array<std::array<int16_t, 64>, 10> mcuBlocks_{};  // the DC road's current MCU
+    uint32_t nextMcu_ = 0;        // the DC road's next MCU, in raster order
     uint32_t nextMcuRow_ = 0;
     uint32_t groupRowsDone_ = 0;  // output rows of the current row group already converted
     uint32_t resizeGroup_ = 0;    // reduced-size road: next row group of the MCU row

@@ -21,7 +21,12 @@ KOVRA_API uint32_t DALTJ_DecodeSingleiMcu(DALTJ_DecoderInfo *ctx, uint8_t ***com
 
 KOVRA_API uint32_t DALTJ_DecodeSingleiMcu_resize(DALTJ_DecoderInfo *ctx, uint8_t ***componentRows) {
     Road *road = road_of(ctx);
-    return road == nullptr ? kFailed : road->decode_mcu_row(componentRows);
+    return road == nullptr ? kFailed : road->decode_reduced_row(componentRows);
+}
+
+KOVRA_API int32_t DALTJ_DecodeMcu_8to1(DALTJ_DecoderInfo *ctx, int16_t **mcuBlocks) {
+    Road *road = road_of(ctx);
+    return road == nullptr || mcuBlocks == nullptr ? 0 : road->next_mcu(mcuBlocks);
 }
 
 KOVRA_API void DALTJ_SetupUpsample(DALTJ_DecoderInfo *ctx, uint8_t **, uint32_t *rowsOut, uint32_t rowsAvail) {
