@@ -43,7 +43,8 @@ GifFrames::Frame GifFrames::next(uint8_t *out) {
     KOVRADALT_DecInfo *dec = image_.record();
     const int32_t result = KOVRADALTI_DecodeAGIF(dec, out, 0, dec->gif_info->out_height);
     if (result == 0) {
-        frame.failure = gif_frame_failure(*dec->gif_info);
+        // Without memory for its canvas the library releases the GIF record and clears the link.
+        frame.failure = dec->gif_info != nullptr ? gif_frame_failure(*dec->gif_info) : "out of memory for the frame canvas";
         return frame;
     }
     frame.decoded = true;

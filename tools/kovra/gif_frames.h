@@ -32,7 +32,8 @@ public:
         uint32_t delay_ms = 0;
         std::string failure;   // why it was not decoded
     };
-    // Decodes the next frame into `out`, gif().out_height rows of gif().out_stride bytes.
+    // Decodes the next frame into `out`, gif().out_height rows of gif().out_stride bytes. After a
+    // failure gif() may be gone: only the destructor may follow.
     Frame next(uint8_t *out);
 
 private:

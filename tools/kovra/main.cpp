@@ -7,6 +7,7 @@
 
 #include <cstdio>
 #include <cstring>
+#include <new>
 
 #include "commands.h"
 
@@ -86,5 +87,10 @@ int main(int argc, char **argv) {
         print_command_help(stdout, *command);
         return 0;
     }
-    return command->run(kovra::tool::Arguments(argv + 2, argv + argc));
+    try {
+        return command->run(kovra::tool::Arguments(argv + 2, argv + argc));
+    } catch (const std::bad_alloc &) {
+        std::fprintf(stderr, "kovra %s: out of memory\n", command->name);
+        return 1;
+    }
 }
