@@ -29,7 +29,7 @@ grep -q "1 frame written to .*; frame 1 failed: LZW code size 12" <<<"$log" || f
 "$kovra" decode "$out/two.gif" -o "$out/two" --allow-partial >/dev/null 2>&1 || fail "--allow-partial still failed"
 for case in 'GIF8Xa\x01\x00\x01\x00\x00\x00\x00,bad signature' 'GIF89a\x00\x00\x01\x00\x00\x00\x00,zero screen' \
             'GIF89a\x01\x00\x01\x00\x87\x00\x00\x00\x00,colour table is cut off' \
-            'GIF89a\x11\x27\x01\x00\x00\x00\x00,above the limit of 10000'; do
+            'GIF89a\x11\x27\x01\x00\x80\x00\x00\x00\x00\x00\x00\x00\x00,above the limit of 10000'; do
   printf "${case%,*}" >"$out/bad.gif"
   err=$("$kovra" decode "$out/bad.gif" -o "$out/bad" 2>&1 >/dev/null) && fail "accepted ${case%,*}"
   grep -q "${case#*,}" <<<"$err" || fail "expected '${case#*,}', got: $err"
