@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
 #include <csetjmp>
 #include <cstdio>
@@ -22,6 +23,7 @@ extern "C" {
 }
 
 #include "jpeg_host.h"
+#include "multipliers.h"
 #include "support/corpus.h"
 
 namespace {
@@ -206,8 +208,9 @@ std::vector<uint8_t> seed(const char *name) {
     return kovra::test::read_file(std::filesystem::path(KOVRA_ROAD_SEEDS) / name);
 }
 
-// A 16 x 16 JPEG of one flat colour in `space` (libjpeg-turbo's encoder).
-std::vector<uint8_t> encode_flat(J_COLOR_SPACE space, int components) {
+// A 16 x 16 JPEG of one flat colour in `space` (libjpeg-turbo's encoder), every quantisation
+// step `step` when one is given.
+std::vector<uint8_t> encode_flat(J_COLOR_SPACE space, int components, unsigned step = 0) {
     jpeg_compress_struct c{};
     jpeg_error_mgr err{};
     c.err = jpeg_std_error(&err);
@@ -219,6 +222,10 @@ std::vector<uint8_t> encode_flat(J_COLOR_SPACE space, int components) {
     c.input_components = components;
     c.in_color_space = space;
     jpeg_set_defaults(&c);
+    if (step != 0) {
+        const std::vector<unsigned> table(64, step);
+        jpeg_add_quant_table(&c, 0, table.data(), 100, TRUE);
+    }
     jpeg_start_compress(&c, TRUE);
     std::vector<uint8_t> row(16 * size_t(components), 100);
     while (c.next_scanline < c.image_height) {
@@ -253,6 +260,49 @@ TEST(JpegHost, CancelStopsBeforeTheNextMcuRow) {
     };
     EXPECT_EQ(jpeg.decode(options, picture), Error::none);
     EXPECT_EQ(asked, (std::vector<uint32_t>{0, 14}));
+}
+
+// A grey image in every layout: the same luma, R = G = B with opaque alpha, neutral chroma.
+TEST(JpegHost, GreyInEveryLayout) {
+    Jpeg jpeg;
+    ASSERT_EQ(jpeg.open_memory(seed("grey-10x10.jpg")), Error::none);
+    Picture grey, rgba, planar;
+    DecodeOptions options;
+    options.format = Format::grey;
+    ASSERT_EQ(jpeg.decode(options, grey), Error::none);
+    options.format = Format::rgba;
+    ASSERT_EQ(jpeg.decode(options, rgba), Error::none);
+    options.format = Format::planar;
+    ASSERT_EQ(jpeg.decode(options, planar), Error::none);
+    const size_t pixels = size_t{grey.width} * grey.height;
+    ASSERT_EQ(pixels, 100u);
+    for (size_t p = 0; p < pixels; ++p) {
+        const uint8_t g = grey.pixels[p];
+        EXPECT_EQ(std::vector<uint8_t>(rgba.pixels.begin() + 4 * p, rgba.pixels.begin() + 4 * p + 4),
+                  (std::vector<uint8_t>{g, g, g, 255}));
+        EXPECT_EQ(planar.pixels[p], g);
+        EXPECT_EQ(planar.pixels[pixels + p], 128);
+        EXPECT_EQ(planar.pixels[2 * pixels + p], 128);
+    }
+}
+
+// The full-size multipliers are libjpeg-turbo's ifast table times 1024, for every step a
+// baseline table can hold at every position.
+TEST(JpegHost, MultipliersAreTheIfastTable) {
+    std::array<uint16_t, 64> steps{};
+    for (unsigned q = 1; q <= 255; ++q) {
+        steps.fill(static_cast<uint16_t>(q));
+        const std::vector<uint8_t> bytes = encode_flat(JCS_GRAYSCALE, 1, q);
+        Peer p(bytes);
+        ASSERT_EQ(setjmp(p.jump), 0);
+        jpeg_read_header(&p.cinfo, TRUE);
+        p.cinfo.dct_method = JDCT_IFAST;
+        jpeg_start_decompress(&p.cinfo);
+        const auto *ifast = static_cast<const int16_t *>(p.cinfo.comp_info[0].dct_table);
+        const std::array<int32_t, 64> ours = aan_multipliers(steps);
+        for (int i = 0; i < 64; ++i) ASSERT_EQ(ours[i], ifast[i] * 1024) << "step " << q << " at " << i;
+        jpeg_abort_decompress(&p.cinfo);
+    }
 }
 
 TEST(JpegHost, ErrorsComeBackAsValues) {
