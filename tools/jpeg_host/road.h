@@ -85,8 +85,7 @@ private:
     std::vector<Component> components_;
 
     std::array<std::array<int16_t, 64>, 10> mcuBlocks_{};  // the DC road's current MCU
-    uint32_t nextMcu_ = 0;        // the DC road's next MCU, in raster order
-    uint32_t nextMcuRow_ = 0;
+    uint64_t nextMcu_ = 0;        // the DC road's next MCU, in raster order
     uint32_t groupRowsDone_ = 0;  // output rows of the current row group already converted
     uint32_t resizeGroup_ = 0;    // reduced-size road: next row group of the MCU row
     Picture *out_ = nullptr;

@@ -10,6 +10,8 @@ namespace kovra::jpeg_host {
 
 uint32_t Road::decode_reduced_row(uint8_t ***componentRows) {
     if (!dc_) return decode_mcu_row(componentRows);
+    // The driver's MCU row, whether the rows before it were decoded or skipped.
+    nextMcu_ = uint64_t{main_.mcuRowCounter} * ctx_.mcusPerRow;
     const ComponentCoefficients &luma = image_.components()[0];
     if (luma.h == 1) return DALTJ_DecodeSingleiMcuResize8to1_YUV444(&ctx_, componentRows);
     if (luma.v == 1) return DALTJ_DecodeSingleiMcuResize8to1_YUV422H2V1(&ctx_, componentRows);
@@ -19,8 +21,9 @@ uint32_t Road::decode_reduced_row(uint8_t ***componentRows) {
 // The next MCU's blocks, component by component, row by row; blocks beyond a component's arrays
 // (the padding of the last MCU column or row) are zero. 0 once the image is through.
 int32_t Road::next_mcu(int16_t **blocks) {
-    if (nextMcu_ >= ctx_.mcusPerRow * ctx_.totalMcuRows) return 0;
-    const uint32_t mcuRow = nextMcu_ / ctx_.mcusPerRow, mcuColumn = nextMcu_ % ctx_.mcusPerRow;
+    if (nextMcu_ >= uint64_t{ctx_.mcusPerRow} * ctx_.totalMcuRows) return 0;
+    const auto mcuRow = static_cast<uint32_t>(nextMcu_ / ctx_.mcusPerRow);
+    const auto mcuColumn = static_cast<uint32_t>(nextMcu_ % ctx_.mcusPerRow);
     ++nextMcu_;
     uint32_t i = 0;
     for (const ComponentCoefficients &c : image_.components())

@@ -14,9 +14,11 @@ constexpr uint32_t kHighestGroup = 10;  // a pointer list holds row groups -1 ..
 
 }  // namespace
 
+// The MCU row is the driver's: the rows it has received so far, decoded or skipped (the blocks
+// are at hand for any row, so rows another thread decoded can simply be passed over).
 uint32_t Road::decode_mcu_row(uint8_t ***componentRows) {
-    if (nextMcuRow_ >= ctx_.totalMcuRows) return DALTJ_STATUS_END;
-    const uint32_t mcuRow = nextMcuRow_++;
+    const uint32_t mcuRow = main_.mcuRowCounter;
+    if (mcuRow >= ctx_.totalMcuRows) return DALTJ_STATUS_END;
     for (size_t c = 0; c < components_.size(); ++c) {
         const ComponentCoefficients &source = image_.components()[c];
         const DALTJ_ComponentInfo &info = info_[c];
@@ -30,7 +32,7 @@ uint32_t Road::decode_mcu_row(uint8_t ***componentRows) {
                 info.idct(rangeLimit, info.multipliers, blocks[b], rows + r * info.blockOutputSize, b * info.blockOutputSize);
         }
     }
-    return nextMcuRow_ == ctx_.totalMcuRows ? DALTJ_STATUS_END : DALTJ_STATUS_ROW_DONE;
+    return mcuRow + 1 == ctx_.totalMcuRows ? DALTJ_STATUS_END : DALTJ_STATUS_ROW_DONE;
 }
 
 void Road::hand_on(uint32_t *rowsOut, uint32_t rowsAvail) {
