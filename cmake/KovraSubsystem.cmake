@@ -50,7 +50,7 @@ function(kovra_link_library)
   target_include_directories(kovraimagecodec PUBLIC "$<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}/include>")
   target_link_libraries(kovraimagecodec PRIVATE kovra_build_flags Threads::Threads)
   target_link_options(kovraimagecodec PRIVATE "-Wl,--version-script=${version_script}")
-  if(NOT KOVRA_SANITIZE AND NOT KOVRA_FUZZ)
+  if(NOT KOVRA_SANITIZE AND NOT KOVRA_SANITIZE_THREAD AND NOT KOVRA_FUZZ)
     # Sanitizer runtimes are linked into executables only, so this check needs a plain build.
     target_link_options(kovraimagecodec PRIVATE "-Wl,--no-undefined")
   endif()

@@ -7,6 +7,12 @@ if(KOVRA_SANITIZE)
   target_compile_options(kovra_build_flags INTERFACE ${_kovra_san})
   target_link_options(kovra_build_flags INTERFACE ${_kovra_san})
 endif()
+if(KOVRA_SANITIZE_THREAD)
+  # ThreadSanitizer, for the two-thread decoding test (the tsan preset builds only that).
+  set(_kovra_tsan -fsanitize=thread -fno-omit-frame-pointer)
+  target_compile_options(kovra_build_flags INTERFACE ${_kovra_tsan})
+  target_link_options(kovra_build_flags INTERFACE ${_kovra_tsan})
+endif()
 if(KOVRA_FUZZ)
   # Library code carries coverage instrumentation; only fuzz targets link the libFuzzer driver.
   target_compile_options(kovra_build_flags INTERFACE -fsanitize=fuzzer-no-link)

@@ -1,0 +1,257 @@
+// Two threads through dualdecode_jpeg against one thread, with a toy entropy stage supplied in
+// place of the library's (so this test links the shared object). The toy keeps its whole state
+// where the hand-over carries it: each MCU row consumes a number of input bytes that depends on
+// the running hash of everything read so far (kept in the Huffman state's bit buffer), through
+// the byte window over the thread's own source; rows are written at outY from the hash, the row
+// group and entropyCounter. A hand-over that lost any of it shows as different pixels.
+
+#include <gtest/gtest.h>
+#include <pthread.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+#include <vector>
+
+#include "kovra_jpeg.h"
+
+namespace {
+
+constexpr uint32_t kMcuRows = 40;
+constexpr uint32_t kRowBytes = 16;
+// One component one row short of kMcuRows MCU rows: the last MCU row hands on 7 row groups. The
+// full-size processor hands on 8 rows for every other MCU row (counting the postponed one), the
+// reduced-size one 7.
+constexpr int32_t kSampleRows = 8 * kMcuRows - 1;
+constexpr int32_t output_height(bool resize) { return (resize ? 7 : 8) * (kMcuRows - 1) + 7; }
+
+thread_local uint32_t decodedRows = 0;
+
+bool consume_mcu(DALTJ_DecoderInfo *ctx) {
+    DALTJ_ByteWindow *window = ctx->byteWindow;
+    uint32_t hash = ctx->huffState->bitBuffer;
+    const int32_t need = 300 + static_cast<int32_t>((hash >> 7) % 1200);
+    if (DALTJ_CheckBuffer(window, need) == 0 || window->avail < need) return false;
+    for (int32_t k = 0; k < need; ++k) hash = (hash ^ window->data[window->pos + k]) * 0x01000193u;
+    window->pos += need;
+    window->avail -= need;
+    ctx->huffState->bitBuffer = hash;
+    ++ctx->entropyCounter;
+    return true;
+}
+
+uint32_t decode_mcu_row(DALTJ_DecoderInfo *ctx) {
+    usleep(100);  // gives the other thread time to claim rows
+    if (!consume_mcu(ctx)) return DALTJ_STATUS_INPUT_DRY;
+    ++decodedRows;
+    const uint32_t rowsDone = ctx->mainController->mcuRowCounter + 1;
+    ctx->resizeMcuRow = rowsDone;
+    return rowsDone >= ctx->totalMcuRows ? DALTJ_STATUS_END : DALTJ_STATUS_ROW_DONE;
+}
+
+}  // namespace
+
+extern "C" {
+uint32_t DALTJ_DecodeSingleiMcu(DALTJ_DecoderInfo *ctx, uint8_t ***) { return decode_mcu_row(ctx); }
+uint32_t DALTJ_DecodeSingleiMcu_resize(DALTJ_DecoderInfo *ctx, uint8_t ***) { return decode_mcu_row(ctx); }
+int32_t DALTJ_SkipMcuDual(DALTJ_DecoderInfo *ctx, int16_t **) { return consume_mcu(ctx) ? 1 : 0; }
+
+void DALTJ_SetupUpsample(DALTJ_DecoderInfo *ctx, uint8_t **, uint32_t *rowsOut, uint32_t rowsAvail) {
+    DALTJ_MainController *main = ctx->mainController;
+    for (; main->rowgroupCounter < main->rowgroupsAvail && *rowsOut < rowsAvail; ++main->rowgroupCounter) {
+        if (ctx->skipMode == 0) {
+            const uint32_t seed = ctx->huffState->bitBuffer ^ (main->rowgroupCounter * 0x9E3779B9u) ^ ctx->entropyCounter;
+            for (uint32_t x = 0; x < kRowBytes; ++x) ctx->outY[x] = static_cast<uint8_t>((seed >> (x % 4 * 8)) + x);
+        }
+        ctx->outY += kRowBytes;
+        ++*rowsOut;
+    }
+}
+}
+
+namespace {
+
+std::vector<uint8_t> input_bytes() {
+    std::vector<uint8_t> bytes(kMcuRows * 1500 + 100);
+    uint32_t state = 12345;
+    for (uint8_t &b : bytes) b = static_cast<uint8_t>((state = state * 1103515245u + 12345u) >> 16);
+    return bytes;
+}
+
+// One thread's decoder: its own source over the input (caller memory, or an open file), window,
+// read buffer and context-row controller, all over one component.
+struct ThreadDecoder {
+    FILE *file = nullptr;
+    KOVRADALT_IO *io = nullptr;
+    std::vector<uint8_t> readBuffer = std::vector<uint8_t>(KOVRADALT_WINDOW_CAPACITY);
+    DALTJ_ByteWindow window{};
+    DALTJ_HuffState huff{};
+    DALTJ_BitReader bits{};
+    int16_t block[64]{};
+    DALTJ_CoefController coef{};
+    DALTJ_ComponentInfo component{};
+    std::vector<uint8_t> sampleRow = std::vector<uint8_t>(64);
+    std::vector<uint8_t *> rowLists[2];
+    uint8_t **componentLists[2][1]{};
+    DALTJ_MainController main{};
+    KOVRADALT_DecInfo record{};
+    DALTJ_DecoderInfo ctx{};
+
+    ThreadDecoder(int32_t kind, std::vector<uint8_t> &bytes, uint8_t *image, int32_t outputHeight) {
+        const int32_t size = static_cast<int32_t>(bytes.size());
+        if (kind == IO_KIND_FILE) {
+            file = fmemopen(bytes.data(), bytes.size(), "rb");
+            io = KOVRADALT_Open_IO(IO_KIND_FILE, file, size);
+        } else {
+            io = KOVRADALT_Open_IO(IO_KIND_MEMORY, bytes.data(), size);
+        }
+        window.io = io;
+        window.size = size;
+        window.data = kind == IO_KIND_MEMORY ? bytes.data() : readBuffer.data();
+        coef.mcuRowsPerRow = 1;
+        coef.blocks[0] = block;
+        component.vSampFactor = 1;
+        component.downsampledHeight = kSampleRows;
+        for (int w = 0; w < 2; ++w) {
+            rowLists[w].assign(16, sampleRow.data());
+            componentLists[w][0] = rowLists[w].data() + 2;
+            main.rowPointers[w] = componentLists[w];
+        }
+        record.region_height = 1 << 20;
+        ctx.numComponents = 1;
+        ctx.blocksInMcu = 1;
+        ctx.mcusPerRow = 1;
+        ctx.totalMcuRows = kMcuRows;
+        ctx.outputHeight = outputHeight;
+        ctx.imageHeightRows = static_cast<uint32_t>(outputHeight);
+        ctx.components = &component;
+        ctx.byteWindow = &window;
+        ctx.bitReader = &bits;
+        ctx.huffState = &huff;
+        ctx.coefController = &coef;
+        ctx.mainController = &main;
+        ctx.io = io;
+        ctx.readBuffer = readBuffer.data();
+        ctx.checkContext = &record;
+        ctx.outY = image;
+    }
+    ~ThreadDecoder() {
+        KOVRADALT_Close_IO(io);
+        if (file != nullptr) fclose(file);
+    }
+};
+
+struct DualRun {
+    int32_t height;
+    std::vector<uint8_t> bytes = input_bytes();
+    std::vector<uint8_t> image = std::vector<uint8_t>((height + 1) * kRowBytes, 0xEE);
+    std::vector<uint32_t> claims = std::vector<uint32_t>(height, 0);
+    DALTJ_DualDecodeShared shared{};
+    std::vector<std::unique_ptr<ThreadDecoder>> decoders;
+    std::vector<DALTJ_DualDecodeArgs> args;
+    uint32_t decoded[2] = {};
+
+    DualRun(int32_t kind, int threads, bool resize) : height(output_height(resize)) {
+        KOVRADALT_OsThreadMutex_Init(&shared.mutex, nullptr);
+        for (int t = 0; t < threads; ++t) {
+            decoders.push_back(std::make_unique<ThreadDecoder>(kind, bytes, image.data(), height));
+            args.push_back({&decoders.back()->ctx, &shared, claims.data(), 0, resize ? 1 : 0});
+        }
+    }
+
+    static void *thread_body(void *argument) {
+        decodedRows = 0;
+        dualdecode_jpeg(static_cast<DALTJ_DualDecodeArgs *>(argument));
+        return reinterpret_cast<void *>(static_cast<uintptr_t>(decodedRows));
+    }
+
+    void run() {
+        std::vector<pthread_t> threads(args.size());
+        for (size_t t = 0; t < args.size(); ++t) {
+            ASSERT_EQ(KOVRADALT_OsThreadCreate(thread_body, &args[t], &threads[t]), 1);
+        }
+        for (size_t t = 0; t < args.size(); ++t) {
+            void *rows = nullptr;
+            ASSERT_EQ(pthread_join(threads[t], &rows), 0);
+            decoded[t] = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(rows));
+        }
+    }
+};
+
+class DualDecode : public testing::TestWithParam<std::tuple<int32_t, bool>> {};
+
+TEST_P(DualDecode, TwoThreadsGiveTheOneThreadPixels) {
+    auto [kind, resize] = GetParam();
+    DualRun single(kind, 1, resize);
+    single.run();
+    ASSERT_EQ(single.decoded[0], kMcuRows);
+    ASSERT_EQ(single.decoders[0]->ctx.outputRow, single.height);
+    const std::vector<uint8_t> expected = single.image;
+    const std::vector<uint8_t> unwritten(kRowBytes, 0xEE);
+    for (int32_t row = 0; row <= single.height; ++row) {
+        const bool written = !std::equal(unwritten.begin(), unwritten.end(), expected.begin() + row * kRowBytes);
+        EXPECT_EQ(written, row < single.height) << "row " << row;
+    }
+
+    bool bothDecoded = false;
+    for (int attempt = 0; attempt < 6; ++attempt) {
+        DualRun dual(kind, 2, resize);
+        dual.run();
+        for (int32_t row = 0; row <= single.height; ++row) {
+            ASSERT_TRUE(std::equal(expected.begin() + row * kRowBytes, expected.begin() + (row + 1) * kRowBytes,
+                                   dual.image.begin() + row * kRowBytes))
+                << "row " << row << " differs in attempt " << attempt << " (threads decoded " << dual.decoded[0]
+                << " and " << dual.decoded[1] << " MCU rows)";
+        }
+        EXPECT_EQ(dual.decoded[0] + dual.decoded[1], kMcuRows);
+        bothDecoded |= dual.decoded[0] != 0 && dual.decoded[1] != 0;
+    }
+    EXPECT_TRUE(bothDecoded) << "one thread did all the work in every attempt";
+}
+
+INSTANTIATE_TEST_SUITE_P(SourcesAndProcessors, DualDecode,
+                         testing::Combine(testing::Values(IO_KIND_MEMORY, IO_KIND_FILE), testing::Bool()));
+
+TEST(DualDecodeStops, ClaimOtherThanZeroOrOneStopsWithTheMutexHeld) {
+    DualRun run(IO_KIND_MEMORY, 1, false);
+    run.claims[15] = 2;  // the third call starts at output row 15
+    EXPECT_EQ(dualdecode_jpeg(&run.args[0]), 0u);
+    EXPECT_EQ(run.decoders[0]->ctx.outputRow, 15);
+    EXPECT_EQ(pthread_mutex_trylock(&run.shared.mutex), EBUSY);
+    KOVRADALT_OsThreadMutex_Unlock(&run.shared.mutex);
+}
+
+TEST(DualDecodeStops, RefusedContextsAndHandOversDecodeNothing) {
+    for (int32_t kind : {IO_KIND_MEMORY, IO_KIND_FILE}) {
+        DualRun run(kind, 1, false);
+        DALTJ_DecoderInfo &ctx = run.decoders[0]->ctx;
+        DALTJ_DualDecodeArgs args = run.args[0];
+        args.claims = nullptr;
+        EXPECT_EQ(dualdecode_jpeg(&args), 0u);
+        ctx.readBuffer = nullptr;
+        EXPECT_EQ(dualdecode_jpeg(&run.args[0]), 0u);
+        ctx.readBuffer = run.decoders[0]->readBuffer.data();
+        EXPECT_EQ(ctx.outputRow, 0);
+
+        // The other thread holds the first two rows and has published a window that does not fit
+        // inside what this one can hold: this one skips the first row, then refuses the hand-over.
+        run.claims[0] = run.claims[7] = 1;
+        run.shared.callCount = 3;
+        run.shared.outputRow = 100;
+        run.shared.windowFilePosition = static_cast<uint32_t>(run.bytes.size()) + 1;
+        run.shared.windowBytesLeft = 5;
+        if (kind == IO_KIND_FILE) {
+            run.shared.windowFilePosition = 30000;
+            run.shared.windowBytesLeft = KOVRADALT_WINDOW_CAPACITY + 1;
+        }
+        EXPECT_EQ(dualdecode_jpeg(&run.args[0]), 0u);
+        EXPECT_EQ(ctx.outputRow, 7);
+        EXPECT_NE(static_cast<uint32_t>(ctx.byteWindow->avail), run.shared.windowBytesLeft);
+        ASSERT_EQ(pthread_mutex_trylock(&run.shared.mutex), 0);
+        KOVRADALT_OsThreadMutex_Unlock(&run.shared.mutex);
+    }
+}
+
+}  // namespace
