@@ -511,9 +511,11 @@ KOVRA_API uint32_t scan_jpeg(DALTJ_ScanArgs *args);
 KOVRA_API uint32_t scan_jpeg_mid_point(DALTJ_DecoderInfo **args);
 
 /* ---- Two-thread decoding ----
- * Two threads run dualdecode_jpeg over one image, each with its own context over the same input;
- * they share one hand-over record and a claim array of one flag per output row (outputHeight
- * entries at least): 0 free, 1 claimed, any other value stops the thread that reads it. */
+ * Two threads run dualdecode_jpeg over one image, each with its own context, and each context with
+ * its own source over the same bytes, byte window and read buffer (16384 bytes); the window reads
+ * the context's io. They share one hand-over record and a claim array of one flag per output row,
+ * which must hold outputHeight entries: 0 free, 1 claimed, any other value stops the thread that
+ * reads it at once, leaving the record's mutex held (the host then unlocks it). */
 typedef struct DALTJ_DualDecodeShared {
     pthread_mutex_t mutex;     /* initialised by the host (KOVRADALT_OsThreadMutex_Init) */
     uint32_t callCount;        /* processor calls made by the publishing thread */
@@ -549,11 +551,19 @@ KOVRA_ASSERT_WORD(DALTJ_DualDecodeArgs, resize, 4);
 KOVRA_ASSERT_WORDS(DALTJ_DualDecodeArgs, 5);
 
 /* Decodes the rows the other thread has not claimed, adopting its published state to jump over the
- * rows it decoded; returns 0. */
+ * rows it decoded (a thread's first call, and the call after one that decoded, skip instead);
+ * processors get a null row list and a limit of one row group. Returns 0. Refused before any work:
+ * a null argument record, context, shared record or claim array, or a context without io,
+ * byteWindow, readBuffer, huffState, bitReader or mainController. A published window that does
+ * not fit inside min(io size, 16384) bytes re-read before the published position (for memory
+ * sources, inside the source) ends the thread. */
 KOVRA_API uint32_t dualdecode_jpeg(DALTJ_DualDecodeArgs *args);
-/* One-thread loops driving a row-group processor (one row group per call) until outputRow reaches
- * stopRow or outputHeight, or the processor reports 101 or 201. Their first two arguments are not
- * read. */
+/* One-thread loops driving a row-group processor (one row group per call, null row list) until
+ * outputRow (16 bits, wrapping) reaches stopRow (and for _1to1 and _Nowait outputHeight), or the
+ * processor reports 101 (returned) or 201 (returned at once, that call's rows not counted). Their
+ * first two arguments are not read. Refused: a null context (201); for _Nowait and _8to1 a bit
+ * reader whose scanReady is not 1 (0); for _8to1 and _Nto1 more than three components (201), and
+ * for _Nto1 a scan not ready (201). */
 KOVRA_API int32_t DALTJ_Decode_Dualcore_1to1(void *unused0, void *unused1, DALTJ_DecoderInfo *ctx, uint32_t stopRow);
 KOVRA_API int32_t DALTJ_Decode_Dualcore_Nowait(void *unused0, void *unused1, DALTJ_DecoderInfo *ctx,
                                                uint32_t stopRow, int32_t resize);
@@ -582,14 +592,18 @@ KOVRA_ASSERT_WORD(DALTJ_ScanInfo, components, 17);
 KOVRA_ASSERT_WORD(DALTJ_ScanInfo, mcuMembership, 85);
 KOVRA_ASSERT_WORDS(DALTJ_ScanInfo, 98);
 
-/* Allocates a snapshot of the current scan into *out (NULL when allocation fails; the caller frees
- * it with KOVRADALT_OsFree). */
+/* Allocates a snapshot of the current scan into *out (the caller frees it with KOVRADALT_OsFree);
+ * returns non-null on success. *out is NULL and the result NULL when the allocation fails, and for
+ * a context it refuses: more than four components, or no huffState, io or byteWindow. The input
+ * offset is the context's io position less the window's avail. */
 KOVRA_API void *DALTJ_SetupScanInfo(DALTJ_DecoderInfo *ctx, DALTJ_ScanInfo **out);
 /* Refreshes the moving parts (scanFlags, entropyCounter, Huffman state, input offset); returns the
- * input offset. */
+ * input offset, or -1 (nothing refreshed) for a null snapshot or a refused context. */
 KOVRA_API int32_t DALTJ_SaveScanInfo(DALTJ_DecoderInfo *ctx, DALTJ_ScanInfo *info);
-/* Restores the scan and re-reads the input from the saved offset; a failed seek leaves the byte
- * window and the component pointers as they were. */
+/* Restores the scan and re-reads the input from the saved offset: the window then holds up to
+ * 16384 bytes from there (in readBuffer, or for a memory source viewed in place) with pos 0. A
+ * failed seek leaves the byte window and the component pointers as they were. Does nothing for a
+ * null snapshot, a refused context or a null readBuffer. */
 KOVRA_API void DALTJ_LoadScanInfo(DALTJ_DecoderInfo *ctx, DALTJ_ScanInfo *info);
 /* Moves no pixels: 1 for codes 0, 1 and 9, else 0. */
 KOVRA_API uint32_t DALTJ_RotateImage90(uint32_t unused0, uint32_t unused1, uint32_t unused2, uint32_t code);
