@@ -125,7 +125,7 @@ TEST(McuRowDriver, RefusesContextsItCannotIndexSafely) {
         [](McuScene &s) { s.main.whichPtr = 2; },
         [](McuScene &s) { s.main.contextState = 3; },
         [](McuScene &s) { s.ctx.numComponents = 5; },
-        [](McuScene &s) { s.ctx.components = nullptr; },
+        [](McuScene &s) { s.ctx.components = nullptr, s.ctx.numComponents = 1; },
         [](McuScene &s) { s.comps[1].vSampFactor = 0; },
         [](McuScene &s) { s.comps[1].vSampFactor = 5; },
     };

@@ -129,6 +129,7 @@ TEST(ReducedDc, RowsAboveTheRegionAreDecodedButNotWritten) {
 TEST(ReducedDc, InputRanDryMidRow) {
     ReducedScene s(4, 3);
     s.coef.mcuRowOffset = 2;
+    s.ctx.outputRow = 84;  // 16 rows to go
     stages().mcuDecodeFailsAt = 1;
     EXPECT_EQ(DALTJ_DecodeSingleiMcuResize8to1_YUV422H2V1(&s.ctx, s.planes), DALTJ_STATUS_INPUT_DRY);
     EXPECT_EQ(s.coef.mcuColumn, 1u);
@@ -149,7 +150,7 @@ TEST(ReducedDcMore16, DropsMcusAcrossAndRowsDown) {
         int decodes;
     };
     for (const Case &t : {Case{4, {0, -1, 2, -1, 4}, 10}, Case{5, {1, 3, 4, -1, -1}, 20},
-                          Case{6, {2, 4, -1, -1, -1}, 40}}) {
+                          Case{6, {2, 4, -1, -1, -1}, 40}, Case{32, {4, -1, -1, -1, -1}, 40}}) {
         ReducedScene s(1, 5);
         s.ctx.resizeScaleShift = t.shift;
         s.ctx.compsInScan = 1;
@@ -172,7 +173,9 @@ TEST(ReducedDcMore16, WritesEachComponentsBlocksIntoItsOwnRows) {
     s.scan[1].mcuSampleWidth = 8;
     s.coef.mcuRowOffset = 1;
     s.coef.mcuRowsPerRow = 2;
+    s.coef.mcuColumn = 2;  // a resumption column is not where a row starts
     EXPECT_EQ(DALTJ_DecodeSingleiMcuResizeMore16(&s.ctx, s.planes), DALTJ_STATUS_ROW_DONE);
+    EXPECT_EQ(s.coef.mcuColumn, 0u);
     // Columns 0 and 2 are written, from MCU row offset 1 on: luma at x 0 and 2 of rows 1 and 2,
     // chroma at x 0 and 1 of row 1.
     EXPECT_EQ(s.out[1][0], s.luma(dc_of(0, 0)));
