@@ -212,6 +212,9 @@ TEST(McuRowSkipper, RefusesContextsItCannotWorkOn) {
         EXPECT_EQ(stages().skipCalls, 0) << i;
     }
     EXPECT_EQ(DALTJ_SkipSingleiMcu(nullptr), DALTJ_STATUS_END);
+    SkipScene oneOutputRow;
+    oneOutputRow.ctx.outputHeight = 1;
+    EXPECT_EQ(DALTJ_SkipSingleiMcu(&oneOutputRow.ctx), DALTJ_STATUS_ROW_DONE);
 }
 
 }  // namespace
