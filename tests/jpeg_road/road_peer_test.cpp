@@ -6,6 +6,8 @@
 // clamp in this library's. For the others, the Y, Cb, Cr planes must be exactly libjpeg-turbo's
 // at full size, and the RGB pixels, whose conversion truncates where libjpeg-turbo's rounds, are
 // reported as PSNR and largest channel difference (the goal: 50 dB, no channel off by more than 2).
+// Two threads through the library's two-thread decode must give exactly one thread's pixels
+// (here and on the DC-only road).
 
 #include <gtest/gtest.h>
 
@@ -115,6 +117,11 @@ Outcome decode_both_ways(const std::vector<uint8_t> &bytes, const Jpeg &jpeg, in
     options.scaleDenominator = denominator;
     options.format = grey ? Format::grey : Format::rgba;
     if ((o.error = jpeg.decode(options, ours)) != Error::none) return o;
+    Picture twoThreads;
+    options.threads = 2;
+    EXPECT_EQ(jpeg.decode(options, twoThreads), Error::none);
+    EXPECT_TRUE(twoThreads.pixels == ours.pixels) << "two threads differ from one";
+    options.threads = 1;
     if (!peer_decode(bytes, denominator, grey ? JCS_GRAYSCALE : JCS_RGB, peer)) return o;
     EXPECT_EQ(ours.width, peer.width);
     EXPECT_EQ(ours.height, peer.height);
@@ -184,6 +191,10 @@ TEST(JpegRoad, DcOnlyEighthSizeMatchesThePeer) {
         options.format = Format::planar;
         options.dcOnly = true;
         if (jpeg.open_memory(bytes) != Error::none || jpeg.decode(options, ours) != Error::none) continue;
+        Picture twoThreads;
+        options.threads = 2;
+        EXPECT_EQ(jpeg.decode(options, twoThreads), Error::none);
+        EXPECT_TRUE(twoThreads.pixels == ours.pixels) << "two threads differ from one: " << path;
         if (!peer_decode(bytes, 8, JCS_YCbCr, peer)) continue;
         const Description &d = jpeg.description();
         const int planesHeld = d.vSampling[0] == 2 ? 1 : 3;

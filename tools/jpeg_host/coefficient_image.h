@@ -28,6 +28,7 @@ public:
     CoefficientImage &operator=(const CoefficientImage &) = delete;
 
     const Description &description() const { return description_; }
+    const std::vector<uint8_t> &bytes() const { return bytes_; }
     const std::vector<ComponentCoefficients> &components() const { return components_; }
 
 private:

@@ -52,6 +52,8 @@ const Description &Jpeg::description() const {
 
 Error Jpeg::decode(const DecodeOptions &options, Picture &out) const {
     if (!image_) return Error::not_open;
+    if (options.threads == 2) return decode_two_threads(*image_, options, out);
+    if (options.threads != 1) return Error::unsupported;
     Road road(*image_, options);
     return road.run(out);
 }

@@ -58,6 +58,9 @@ struct DecodeOptions {
     // At 1/8, YCbCr 4:4:4, 4:2:2 or 4:2:0: the library's DC-only decoders make each block's
     // sample from its DC term alone (chroma then replicated), in place of the 1 x 1 transform.
     bool dcOnly = false;
+    // 2: two threads share the image through the library's two-thread decode (dualdecode_jpeg),
+    // each with a context of its own; keepGoing is then called from both.
+    int threads = 1;
     // Called before each MCU row with the output rows written so far; false stops the decode.
     std::function<bool(uint32_t rowsWritten)> keepGoing;
 };

@@ -59,8 +59,11 @@ Road::Road(const CoefficientImage &image, const DecodeOptions &options) : image_
 }
 
 Road::~Road() {
-    std::lock_guard<std::mutex> lock(gRoadsMutex);
-    gRoads.erase(std::remove(gRoads.begin(), gRoads.end(), this), gRoads.end());
+    {
+        std::lock_guard<std::mutex> lock(gRoadsMutex);
+        gRoads.erase(std::remove(gRoads.begin(), gRoads.end(), this), gRoads.end());
+    }
+    if (io_ != nullptr) KOVRADALT_Close_IO(io_);
 }
 
 Error Road::build() {
@@ -215,43 +218,54 @@ void Road::build_lists(Component &k) {
     }
 }
 
+// Allocates the picture unless it already holds one (the second half of a two-thread decode).
 void Road::set_output(Picture &out) {
     const size_t plane = size_t{width_} * height_;
     out.width = width_;
     out.height = height_;
     out.format = options_.format;
-    switch (options_.format) {
-    case Format::rgba: out.pixels.assign(plane * 4, 0); break;
-    case Format::grey: out.pixels.assign(plane, 0); break;
-    case Format::planar:
-        out.pixels.assign(plane * 3, 128);
+    if (out.pixels.empty()) {
+        switch (options_.format) {
+        case Format::rgba: out.pixels.assign(plane * 4, 0); break;
+        case Format::grey: out.pixels.assign(plane, 0); break;
+        case Format::planar: out.pixels.assign(plane * 3, 128); break;
+        }
+    }
+    if (options_.format == Format::planar) {
         ctx_.outCb = out.pixels.data() + plane;
         ctx_.outCr = out.pixels.data() + 2 * plane;
-        break;
     }
     ctx_.outY = out.pixels.data();
     out_ = &out;
 }
 
-Error Road::run(Picture &out) {
+Error Road::prepare(Picture &out, bool allocate) {
     if (Error e = build(); e != Error::none) return e;
+    if (allocate) out.pixels.clear();
     set_output(out);
-    std::array<std::array<uint8_t **, 4>, 2> heads{};
     for (size_t c = 0; c < components_.size(); ++c)
-        for (int w = 0; w < 2; ++w) heads[w][c] = components_[c].lists[w].data() + components_[c].rgroup;
-    main_.rowPointers[0] = heads[0].data();
-    main_.rowPointers[1] = heads[1].data();
+        for (int w = 0; w < 2; ++w) listHeads_[w][c] = components_[c].lists[w].data() + components_[c].rgroup;
+    main_.rowPointers[0] = listHeads_[0].data();
+    main_.rowPointers[1] = listHeads_[1].data();
+    return Error::none;
+}
 
+Error Road::run(Picture &out) {
+    if (Error e = prepare(out, true); e != Error::none) return e;
     const uint32_t rowsAvail = kRowGroups * maxV_;
     uint32_t rowsOut = 0;
     // Each call of the row driver takes one MCU row; a driver that takes more calls is stuck.
     for (uint32_t call = 0; call <= ctx_.totalMcuRows && ctx_.outputRow < height_; ++call) {
-        const uint32_t status = scale_ == 1 ? static_cast<uint32_t>(DALTJ_ProcessMCU(&ctx_, nullptr, &rowsOut, rowsAvail, 0))
-                                            : DALTJ_ProcessDataMCU_resize(&ctx_, nullptr, &rowsOut, rowsAvail, 0);
-        if (status == DALTJ_STATUS_FAILED) return cancelled_ ? Error::cancelled : Error::failed;
-        if (status == DALTJ_STATUS_END) break;
+        lastStatus_ = scale_ == 1 ? static_cast<uint32_t>(DALTJ_ProcessMCU(&ctx_, nullptr, &rowsOut, rowsAvail, 0))
+                                  : DALTJ_ProcessDataMCU_resize(&ctx_, nullptr, &rowsOut, rowsAvail, 0);
+        if (lastStatus_ != DALTJ_STATUS_ROW_DONE) break;
     }
-    return ctx_.outputRow >= height_ ? Error::none : Error::failed;
+    return outcome();
+}
+
+Error Road::outcome() const {
+    if (cancelled_) return Error::cancelled;
+    return lastStatus_ == DALTJ_STATUS_FAILED || ctx_.outputRow < height_ ? Error::failed : Error::none;
 }
 
 uint32_t Road::keep_going(uint32_t rowsWritten) {

@@ -21,6 +21,9 @@ class Road;
 Road *road_of(DALTJ_DecoderInfo *ctx);
 Road *road_of_region(void *checkContext);
 
+// Two threads through dualdecode_jpeg, each with a road of its own over the same picture.
+Error decode_two_threads(const CoefficientImage &image, const DecodeOptions &options, Picture &out);
+
 class Road {
 public:
     Road(const CoefficientImage &image, const DecodeOptions &options);
@@ -28,7 +31,16 @@ public:
     Road(const Road &) = delete;
     Road &operator=(const Road &) = delete;
 
+    // One thread: builds the context, writes `out`, runs the row driver to the end.
     Error run(Picture &out);
+    // The two-thread decode's halves: build over `out` (allocated by the first half only) with a
+    // source and byte window of the road's own over the JPEG's bytes, then run dualdecode_jpeg.
+    Error prepare(Picture &out, bool allocate);
+    bool open_source();
+    void run_half(DALTJ_DualDecodeShared *shared, uint32_t *claims);
+    Error outcome() const;
+    bool cancelled() const { return cancelled_; }
+    bool finished() const { return ctx_.outputRow >= height_; }
 
     // Stages (stages.cpp): one MCU row through the inverse DCT into the list's sample rows, and
     // the row groups of the current list handed on to colour conversion.
@@ -58,6 +70,7 @@ private:
 
     Error build();
     Error check_dc_road() const;
+    void skip_rows(uint32_t count);
     void build_component(int c);
     void build_lists(Component &k);
     void set_output(Picture &out);
@@ -73,6 +86,7 @@ private:
     uint32_t maxH_ = 1, maxV_ = 1;
     uint32_t width_ = 0, height_ = 0;
     bool cancelled_ = false;
+    uint32_t lastStatus_ = DALTJ_STATUS_ROW_DONE;
 
     DALTJ_DecoderInfo ctx_{};
     KOVRADALT_DecInfo region_{};
@@ -83,6 +97,12 @@ private:
     DALTJ_BitReader bitReader_{};
     std::array<DALTJ_ComponentInfo, 4> info_{};
     std::vector<Component> components_;
+    std::array<std::array<uint8_t **, 4>, 2> listHeads_{};
+
+    // The two-thread decode's hand-over reads where each thread's input stands.
+    KOVRADALT_IO *io_ = nullptr;
+    DALTJ_ByteWindow window_{};
+    std::vector<uint8_t> readBuffer_;
 
     std::array<std::array<int16_t, 64>, 10> mcuBlocks_{};  // the DC road's current MCU
     uint64_t nextMcu_ = 0;        // the DC road's next MCU, in raster order

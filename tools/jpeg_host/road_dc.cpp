@@ -10,7 +10,8 @@ namespace kovra::jpeg_host {
 
 uint32_t Road::decode_reduced_row(uint8_t ***componentRows) {
     if (!dc_) return decode_mcu_row(componentRows);
-    // The driver's MCU row, whether the rows before it were decoded or skipped.
+    // The driver's MCU row, whether the rows before it were decoded or skipped (the decoders
+    // themselves count it in resizeMcuRow).
     nextMcu_ = uint64_t{main_.mcuRowCounter} * ctx_.mcusPerRow;
     const ComponentCoefficients &luma = image_.components()[0];
     if (luma.h == 1) return DALTJ_DecodeSingleiMcuResize8to1_YUV444(&ctx_, componentRows);

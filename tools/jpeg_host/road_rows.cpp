@@ -15,10 +15,12 @@ constexpr uint32_t kHighestGroup = 10;  // a pointer list holds row groups -1 ..
 }  // namespace
 
 // The MCU row is the driver's: the rows it has received so far, decoded or skipped (the blocks
-// are at hand for any row, so rows another thread decoded can simply be passed over).
+// are at hand for any row, so rows another thread decoded are simply passed over). resizeMcuRow
+// then tells the rows consumed: the two-thread hand-over carries it to the other thread's driver.
 uint32_t Road::decode_mcu_row(uint8_t ***componentRows) {
     const uint32_t mcuRow = main_.mcuRowCounter;
     if (mcuRow >= ctx_.totalMcuRows) return DALTJ_STATUS_END;
+    ctx_.resizeMcuRow = mcuRow + 1;
     for (size_t c = 0; c < components_.size(); ++c) {
         const ComponentCoefficients &source = image_.components()[c];
         const DALTJ_ComponentInfo &info = info_[c];
@@ -62,9 +64,19 @@ bool Road::hand_on_group(uint32_t group, uint32_t *rowsOut, uint32_t rowsAvail) 
         return true;
     }
     if (*rowsOut >= rowsAvail) return false;
-    if (groupRowsDone_ == 0) upsample_group(group);
     const uint32_t n = std::min({maxV_ - groupRowsDone_, rowsAvail - *rowsOut, height_ - produced});
-    convert_rows(groupRowsDone_, n);
+    if (options_.format == Format::planar) {
+        // The two-thread hand-over carries outY alone; the chroma planes keep their distance.
+        const size_t plane = size_t{width_} * height_;
+        ctx_.outCb = ctx_.outY + plane;
+        ctx_.outCr = ctx_.outY + 2 * plane;
+    }
+    if (ctx_.skipMode != 0) {
+        skip_rows(n);  // rows the other thread of a two-thread decode writes
+    } else {
+        if (groupRowsDone_ == 0) upsample_group(group);
+        convert_rows(groupRowsDone_, n);
+    }
     *rowsOut += n;
     groupRowsDone_ += n;
     if (groupRowsDone_ < maxV_ && produced + n < height_) return false;
@@ -91,6 +103,11 @@ void Road::upsample_group(uint32_t group) {
             k.upsampledRows[r] = row;
         }
     }
+}
+
+void Road::skip_rows(uint32_t count) {
+    const size_t rowBytes = options_.format == Format::rgba ? size_t{width_} * 4 : width_;
+    ctx_.outY += count * rowBytes;
 }
 
 // Rows first .. first + count - 1 of the upsampled group into the output, through the library's
