@@ -27,10 +27,19 @@ constexpr uint32_t kRowBytes = 16;
 constexpr int32_t kSampleRows = 8 * kMcuRows - 1;
 constexpr int32_t output_height(bool resize) { return (resize ? 7 : 8) * (kMcuRows - 1) + 7; }
 
-thread_local uint32_t decodedRows = 0;
+// What one thread did; an adoption shows as an entropy counter that moved between its own calls.
+struct ThreadWork {
+    uint32_t delayUs = 0;  // slows this thread's entropy decoding against the other's
+    uint32_t decoded = 0;
+    uint32_t adoptions = 0;
+    uint32_t lastEntropyCounter = 0;
+};
+thread_local ThreadWork *threadWork = nullptr;
 
 bool consume_mcu(DALTJ_DecoderInfo *ctx) {
     DALTJ_ByteWindow *window = ctx->byteWindow;
+    if (ctx->entropyCounter != threadWork->lastEntropyCounter) ++threadWork->adoptions;
+    usleep(threadWork->delayUs);
     uint32_t hash = ctx->huffState->bitBuffer;
     const int32_t need = 300 + static_cast<int32_t>((hash >> 7) % 1200);
     if (DALTJ_CheckBuffer(window, need) == 0 || window->avail < need) return false;
@@ -38,14 +47,13 @@ bool consume_mcu(DALTJ_DecoderInfo *ctx) {
     window->pos += need;
     window->avail -= need;
     ctx->huffState->bitBuffer = hash;
-    ++ctx->entropyCounter;
+    threadWork->lastEntropyCounter = ++ctx->entropyCounter;
     return true;
 }
 
 uint32_t decode_mcu_row(DALTJ_DecoderInfo *ctx) {
-    usleep(100);  // gives the other thread time to claim rows
     if (!consume_mcu(ctx)) return DALTJ_STATUS_INPUT_DRY;
-    ++decodedRows;
+    ++threadWork->decoded;
     const uint32_t rowsDone = ctx->mainController->mcuRowCounter + 1;
     ctx->resizeMcuRow = rowsDone;
     return rowsDone >= ctx->totalMcuRows ? DALTJ_STATUS_END : DALTJ_STATUS_ROW_DONE;
@@ -59,6 +67,7 @@ uint32_t DALTJ_DecodeSingleiMcu_resize(DALTJ_DecoderInfo *ctx, uint8_t ***) { re
 int32_t DALTJ_SkipMcuDual(DALTJ_DecoderInfo *ctx, int16_t **) { return consume_mcu(ctx) ? 1 : 0; }
 
 void DALTJ_SetupUpsample(DALTJ_DecoderInfo *ctx, uint8_t **, uint32_t *rowsOut, uint32_t rowsAvail) {
+    EXPECT_EQ(rowsAvail, 1u);
     DALTJ_MainController *main = ctx->mainController;
     for (; main->rowgroupCounter < main->rowgroupsAvail && *rowsOut < rowsAvail; ++main->rowgroupCounter) {
         if (ctx->skipMode == 0) {
@@ -151,7 +160,11 @@ struct DualRun {
     DALTJ_DualDecodeShared shared{};
     std::vector<std::unique_ptr<ThreadDecoder>> decoders;
     std::vector<DALTJ_DualDecodeArgs> args;
-    uint32_t decoded[2] = {};
+    ThreadWork work[2];
+    struct ThreadStart {
+        DALTJ_DualDecodeArgs *args;
+        ThreadWork *work;
+    } starts[2];
 
     DualRun(int32_t kind, int threads, bool resize) : height(output_height(resize)) {
         KOVRADALT_OsThreadMutex_Init(&shared.mutex, nullptr);
@@ -162,21 +175,19 @@ struct DualRun {
     }
 
     static void *thread_body(void *argument) {
-        decodedRows = 0;
-        dualdecode_jpeg(static_cast<DALTJ_DualDecodeArgs *>(argument));
-        return reinterpret_cast<void *>(static_cast<uintptr_t>(decodedRows));
+        auto *start = static_cast<ThreadStart *>(argument);
+        threadWork = start->work;
+        dualdecode_jpeg(start->args);
+        return nullptr;
     }
 
     void run() {
         std::vector<pthread_t> threads(args.size());
         for (size_t t = 0; t < args.size(); ++t) {
-            ASSERT_EQ(KOVRADALT_OsThreadCreate(thread_body, &args[t], &threads[t]), 1);
+            starts[t] = {&args[t], &work[t]};
+            ASSERT_EQ(KOVRADALT_OsThreadCreate(thread_body, &starts[t], &threads[t]), 1);
         }
-        for (size_t t = 0; t < args.size(); ++t) {
-            void *rows = nullptr;
-            ASSERT_EQ(pthread_join(threads[t], &rows), 0);
-            decoded[t] = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(rows));
-        }
+        for (pthread_t thread : threads) ASSERT_EQ(pthread_join(thread, nullptr), 0);
     }
 };
 
@@ -186,7 +197,7 @@ TEST_P(DualDecode, TwoThreadsGiveTheOneThreadPixels) {
     auto [kind, resize] = GetParam();
     DualRun single(kind, 1, resize);
     single.run();
-    ASSERT_EQ(single.decoded[0], kMcuRows);
+    ASSERT_EQ(single.work[0].decoded, kMcuRows);
     ASSERT_EQ(single.decoders[0]->ctx.outputRow, single.height);
     const std::vector<uint8_t> expected = single.image;
     const std::vector<uint8_t> unwritten(kRowBytes, 0xEE);
@@ -195,20 +206,28 @@ TEST_P(DualDecode, TwoThreadsGiveTheOneThreadPixels) {
         EXPECT_EQ(written, row < single.height) << "row " << row;
     }
 
+    // Even speeds make the threads take turns; uneven ones make the faster run ahead and the slower
+    // adopt its state.
+    const uint32_t delays[][2] = {{100, 100}, {50, 300}, {300, 50}, {100, 100}, {50, 300}, {300, 50}};
     bool bothDecoded = false;
+    uint32_t adoptions = 0;
     for (int attempt = 0; attempt < 6; ++attempt) {
         DualRun dual(kind, 2, resize);
+        dual.work[0].delayUs = delays[attempt][0];
+        dual.work[1].delayUs = delays[attempt][1];
         dual.run();
         for (int32_t row = 0; row <= single.height; ++row) {
             ASSERT_TRUE(std::equal(expected.begin() + row * kRowBytes, expected.begin() + (row + 1) * kRowBytes,
                                    dual.image.begin() + row * kRowBytes))
-                << "row " << row << " differs in attempt " << attempt << " (threads decoded " << dual.decoded[0]
-                << " and " << dual.decoded[1] << " MCU rows)";
+                << "row " << row << " differs in attempt " << attempt << " (threads decoded " << dual.work[0].decoded
+                << " and " << dual.work[1].decoded << " MCU rows)";
         }
-        EXPECT_EQ(dual.decoded[0] + dual.decoded[1], kMcuRows);
-        bothDecoded |= dual.decoded[0] != 0 && dual.decoded[1] != 0;
+        EXPECT_EQ(dual.work[0].decoded + dual.work[1].decoded, kMcuRows);
+        bothDecoded |= dual.work[0].decoded != 0 && dual.work[1].decoded != 0;
+        adoptions += dual.work[0].adoptions + dual.work[1].adoptions;
     }
     EXPECT_TRUE(bothDecoded) << "one thread did all the work in every attempt";
+    EXPECT_NE(adoptions, 0u) << "no thread ever adopted the other's state";
 }
 
 INSTANTIATE_TEST_SUITE_P(SourcesAndProcessors, DualDecode,
@@ -216,6 +235,7 @@ INSTANTIATE_TEST_SUITE_P(SourcesAndProcessors, DualDecode,
 
 TEST(DualDecodeStops, ClaimOtherThanZeroOrOneStopsWithTheMutexHeld) {
     DualRun run(IO_KIND_MEMORY, 1, false);
+    threadWork = &run.work[0];
     run.claims[15] = 2;  // the third call starts at output row 15
     EXPECT_EQ(dualdecode_jpeg(&run.args[0]), 0u);
     EXPECT_EQ(run.decoders[0]->ctx.outputRow, 15);
@@ -223,32 +243,40 @@ TEST(DualDecodeStops, ClaimOtherThanZeroOrOneStopsWithTheMutexHeld) {
     KOVRADALT_OsThreadMutex_Unlock(&run.shared.mutex);
 }
 
-TEST(DualDecodeStops, RefusedContextsAndHandOversDecodeNothing) {
-    for (int32_t kind : {IO_KIND_MEMORY, IO_KIND_FILE}) {
-        DualRun run(kind, 1, false);
-        DALTJ_DecoderInfo &ctx = run.decoders[0]->ctx;
-        DALTJ_DualDecodeArgs args = run.args[0];
-        args.claims = nullptr;
-        EXPECT_EQ(dualdecode_jpeg(&args), 0u);
-        ctx.readBuffer = nullptr;
-        EXPECT_EQ(dualdecode_jpeg(&run.args[0]), 0u);
-        ctx.readBuffer = run.decoders[0]->readBuffer.data();
-        EXPECT_EQ(ctx.outputRow, 0);
+TEST(DualDecodeStops, RefusedContextsDecodeNothing) {
+    DualRun run(IO_KIND_FILE, 1, false);
+    threadWork = &run.work[0];
+    DALTJ_DecoderInfo &ctx = run.decoders[0]->ctx;
+    DALTJ_DualDecodeArgs args = run.args[0];
+    args.claims = nullptr;
+    EXPECT_EQ(dualdecode_jpeg(&args), 0u);
+    ctx.readBuffer = nullptr;
+    EXPECT_EQ(dualdecode_jpeg(&run.args[0]), 0u);
+    EXPECT_EQ(ctx.outputRow, 0);
+}
 
-        // The other thread holds the first two rows and has published a window that does not fit
-        // inside what this one can hold: this one skips the first row, then refuses the hand-over.
+// The other thread holds the first two rows and has published a window that does not fit inside
+// what this one can hold: this one skips the first row, then refuses the hand-over.
+TEST(DualDecodeStops, WindowsOutsideTheReadSpanEndTheThread) {
+    const struct {
+        int32_t kind;
+        uint32_t end, left;
+    } windows[] = {{IO_KIND_MEMORY, kMcuRows * 1500 + 101, 5},  // beyond the source
+                   {IO_KIND_MEMORY, 100, 101},                  // more unread than the source holds there
+                   {IO_KIND_FILE, 30000, KOVRADALT_WINDOW_CAPACITY + 1},
+                   {IO_KIND_FILE, 100, 50}};                    // no full window ends there
+    for (const auto &window : windows) {
+        DualRun run(window.kind, 1, false);
+        threadWork = &run.work[0];
+        DALTJ_DecoderInfo &ctx = run.decoders[0]->ctx;
         run.claims[0] = run.claims[7] = 1;
         run.shared.callCount = 3;
         run.shared.outputRow = 100;
-        run.shared.windowFilePosition = static_cast<uint32_t>(run.bytes.size()) + 1;
-        run.shared.windowBytesLeft = 5;
-        if (kind == IO_KIND_FILE) {
-            run.shared.windowFilePosition = 30000;
-            run.shared.windowBytesLeft = KOVRADALT_WINDOW_CAPACITY + 1;
-        }
+        run.shared.windowFilePosition = window.end;
+        run.shared.windowBytesLeft = window.left;
         EXPECT_EQ(dualdecode_jpeg(&run.args[0]), 0u);
         EXPECT_EQ(ctx.outputRow, 7);
-        EXPECT_NE(static_cast<uint32_t>(ctx.byteWindow->avail), run.shared.windowBytesLeft);
+        EXPECT_EQ(run.work[0].adoptions, 0u);
         ASSERT_EQ(pthread_mutex_trylock(&run.shared.mutex), 0);
         KOVRADALT_OsThreadMutex_Unlock(&run.shared.mutex);
     }
