@@ -199,6 +199,7 @@ TEST_P(DualDecode, TwoThreadsGiveTheOneThreadPixels) {
     single.run();
     ASSERT_EQ(single.work[0].decoded, kMcuRows);
     ASSERT_EQ(single.decoders[0]->ctx.outputRow, single.height);
+    EXPECT_EQ(single.shared.callCount, kMcuRows);  // what the other thread compares its calls with
     const std::vector<uint8_t> expected = single.image;
     const std::vector<uint8_t> unwritten(kRowBytes, 0xEE);
     for (int32_t row = 0; row <= single.height; ++row) {
