@@ -76,9 +76,12 @@ TEST_P(ScanSnapshot, LoadBringsBackTheScanTheWindowAndThePosition) {
     ASSERT_NE(DALTJ_SetupScanInfo(&scan.ctx, &info), nullptr);
     ASSERT_NE(info, nullptr);
     EXPECT_EQ(info->entropyCounter, 0u);
+    EXPECT_EQ(info->inputOffset, 19700u);
+    // Saved again where the window holds everything from the image's first byte.
+    scan.read_until(KOVRADALT_WINDOW_CAPACITY, KOVRADALT_WINDOW_CAPACITY);
     scan.ctx.entropyCounter = 8;
     scan.huff.bitsLeft = 3;
-    EXPECT_EQ(DALTJ_SaveScanInfo(&scan.ctx, info), 19700);
+    EXPECT_EQ(DALTJ_SaveScanInfo(&scan.ctx, info), 0);
     const DALTJ_DecoderInfo saved = scan.ctx;
     const DALTJ_HuffState savedHuff = scan.huff;
 
@@ -106,8 +109,8 @@ TEST_P(ScanSnapshot, LoadBringsBackTheScanTheWindowAndThePosition) {
     // The window holds the bytes from the next unread one on, and the source is past them.
     EXPECT_EQ(scan.window.pos, 0);
     ASSERT_EQ(scan.window.avail, KOVRADALT_WINDOW_CAPACITY);
-    EXPECT_EQ(std::memcmp(scan.window.data, bytes.data() + 19700, KOVRADALT_WINDOW_CAPACITY), 0);
-    EXPECT_EQ(source->io->position, 19700 + KOVRADALT_WINDOW_CAPACITY);
+    EXPECT_EQ(std::memcmp(scan.window.data, bytes.data(), KOVRADALT_WINDOW_CAPACITY), 0);
+    EXPECT_EQ(source->io->position, KOVRADALT_WINDOW_CAPACITY);
     // The scan components are the snapshot's copies; with per-scan tables the first one's slots
     // go back into its frame component.
     EXPECT_EQ(scan.ctx.scanComponents[1], &info->components[1]);
@@ -155,6 +158,8 @@ TEST(ScanSnapshotRefusals, MoreThanFourComponentsOrMissingStateTouchNothing) {
     EXPECT_EQ(scan.ctx.mcusPerRow, 40u);
 
     scan.ctx.numComponents = 4;
+    ASSERT_NE(DALTJ_SetupScanInfo(&scan.ctx, &info), nullptr);  // four is the most a snapshot holds
+    KOVRADALT_OsFree(info);
     scan.ctx.readBuffer = nullptr;
     DALTJ_LoadScanInfo(&scan.ctx, &snapshot);
     EXPECT_EQ(scan.ctx.mcusPerRow, 40u);
