@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "gif_builder.h"
+#include "support/gif_builder.h"
 
 namespace kovra::test {
 

@@ -11,7 +11,7 @@
 
 #include <random>
 
-#include "gif_builder.h"
+#include "support/gif_builder.h"
 #include "gif_decode.h"
 
 namespace kovra::test {

@@ -6,7 +6,7 @@
 
 #include <random>
 
-#include "gif_builder.h"
+#include "support/gif_builder.h"
 #include "gif_decode.h"
 #include "kovra_os.h"
 

@@ -5,7 +5,7 @@
 
 #include <cstring>
 
-#include "gif_builder.h"
+#include "support/gif_builder.h"
 #include "gif_decode.h"
 #include "kovra_os.h"
 

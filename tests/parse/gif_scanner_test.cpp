@@ -3,8 +3,8 @@
 
 #include <gtest/gtest.h>
 
-#include "gif_builder.h"
 #include "gif_scan_helpers.h"
+#include "support/gif_builder.h"
 #include "support/sources.h"
 
 namespace kovra::test {
@@ -12,14 +12,26 @@ namespace {
 
 using Delays = std::vector<uint32_t>;
 
+// An image whose data are `count` sub-blocks of `size` separator bytes (a scan must skip them),
+// with a local table of 2 << lct_bits entries when lct_bits >= 0.
+ImageSpec filler_image(int left, int top, int width, int height, int lct_bits = -1, int count = 1, int size = 4) {
+    ImageSpec spec = frame_spec(left, top, width, height, {});
+    if (lct_bits >= 0) spec.local = test_palette(2 << lct_bits);
+    spec.min_code_size = 2;
+    spec.data = Bytes(static_cast<size_t>(count * size), 0x2C);
+    spec.block = size;
+    return spec;
+}
+const ImageSpec kFrame = filler_image(0, 0, 4, 4);
+
 GifScan scan(const GifBuilder &gif, uint32_t default_delay = 0) {
     return scan_gif(SourceKind::kMemory, gif.bytes(), default_delay);
 }
 
 TEST(GifScannerScreen, AcceptsFiveThousandAndRefusesBeyondOrZero) {
-    EXPECT_EQ(scan(GifBuilder().header(5000, 5000).frame().trailer()).type, 4);
+    EXPECT_EQ(scan(GifBuilder(5000, 5000).image(kFrame).trailer()).type, 4);
     for (auto [w, h] : {std::pair<uint16_t, uint16_t>{5001, 10}, {10, 5001}, {0, 10}, {10, 0}}) {
-        GifScan result = scan(GifBuilder().header(w, h).frame().trailer());
+        GifScan result = scan(GifBuilder(w, h).image(kFrame).trailer());
         EXPECT_EQ(result.type, 0) << w << "x" << h;
         // The size reaches the record before it is checked.
         EXPECT_EQ(result.width, w);
@@ -29,7 +41,7 @@ TEST(GifScannerScreen, AcceptsFiveThousandAndRefusesBeyondOrZero) {
 }
 
 TEST(GifScannerScreen, SkipsTheGlobalColourTable) {
-    GifScan result = scan(GifBuilder().header(10, 20, 7).frame().frame().trailer());
+    GifScan result = scan(GifBuilder(10, 20, test_palette(256)).image(kFrame).image(kFrame).trailer());
     EXPECT_EQ(result.type, 6);
     EXPECT_EQ(result.frame_count, 2u);
     EXPECT_EQ(result.width, 10u);
@@ -40,19 +52,19 @@ TEST(GifScannerDescriptor, OutOfLimitDescriptorsAreNotCountedAndScanningGoesOn) 
     struct Case { uint16_t left, top, width, height; };
     for (Case c : {Case{5001, 0, 4, 4}, Case{0, 5001, 4, 4}, Case{0, 0, 0, 4}, Case{0, 0, 4, 0},
                    Case{0, 0, 5001, 4}, Case{0, 0, 4, 5001}}) {
-        GifBuilder gif;
-        gif.header(8, 8).frame().image(c.left, c.top, c.width, c.height).frame().trailer();
+        GifBuilder gif(8, 8);
+        gif.image(kFrame).image(filler_image(c.left, c.top, c.width, c.height)).image(kFrame).trailer();
         GifScan result = scan(gif);
         EXPECT_EQ(result.frame_count, 2u) << c.left << "," << c.top << " " << c.width << "x" << c.height;
         EXPECT_EQ(result.type, 6);
     }
     // Limits themselves are fine.
-    EXPECT_EQ(scan(GifBuilder().header(8, 8).image(5000, 5000, 5000, 5000).trailer()).frame_count, 1u);
+    EXPECT_EQ(scan(GifBuilder(8, 8).image(filler_image(5000, 5000, 5000, 5000)).trailer()).frame_count, 1u);
 }
 
 TEST(GifScannerDescriptor, LocalColourTableAndLongDataChainsAreSkipped) {
-    GifBuilder gif;
-    gif.header(8, 8).image(0, 0, 8, 8, 7, 300, 255).image(0, 0, 8, 8, 0, 2, 1).trailer();
+    GifBuilder gif(8, 8);
+    gif.image(filler_image(0, 0, 8, 8, 7, 300, 255)).image(filler_image(0, 0, 8, 8, 0, 2, 1)).trailer();
     for (SourceKind kind : kAllSourceKinds) {
         GifScan result = scan_gif(kind, gif.bytes());
         EXPECT_EQ(result.type, 6) << source_kind_name(kind);
@@ -61,20 +73,20 @@ TEST(GifScannerDescriptor, LocalColourTableAndLongDataChainsAreSkipped) {
 }
 
 TEST(GifScannerEnd, StreamWithoutTrailerEndingAtItsSizeIsAccepted) {
-    GifScan result = scan(GifBuilder().header(8, 8).frame().frame());
+    GifScan result = scan(GifBuilder(8, 8).image(kFrame).image(kFrame));
     EXPECT_EQ(result.type, 6);
     EXPECT_EQ(result.frame_count, 2u);
 }
 
 TEST(GifScannerEnd, BytesAfterTheTrailerAreNotRead) {
-    GifScan result = scan(GifBuilder().header(8, 8).frame().trailer().frame().frame());
+    GifScan result = scan(GifBuilder(8, 8).image(kFrame).trailer().image(kFrame).image(kFrame));
     EXPECT_EQ(result.type, 4);
     EXPECT_EQ(result.frame_count, 1u);
 }
 
 TEST(GifScannerEnd, StreamShorterThanItsStatedSizeGivesZero) {
-    GifBuilder gif;
-    gif.header(8, 8).frame().frame();  // no trailer: the scan ends when the bytes run out
+    GifBuilder gif(8, 8);
+    gif.image(kFrame).image(kFrame);  // no trailer: the scan ends when the bytes run out
     MemoryStream stream;
     stream.bytes = gif.bytes();
     KOVRADALT_DecInfo *dec = KOVRADALT_CreateDecInfoWithStream(&stream, static_cast<int32_t>(gif.size() + 100),
@@ -90,8 +102,8 @@ TEST(GifScannerEnd, StreamShorterThanItsStatedSizeGivesZero) {
 }
 
 TEST(GifScannerDelays, ShortDelaysTakeTheDefault) {
-    GifBuilder gif;
-    gif.header(8, 8).graphic_control(2).frame().graphic_control(3).frame().trailer();
+    GifBuilder gif(8, 8);
+    gif.delay(2).image(kFrame).delay(3).image(kFrame).trailer();
     GifScan result = scan(gif, 70);
     EXPECT_EQ(result.delays, (Delays{70, 30}));
     EXPECT_EQ(result.total_delay, 100u);
@@ -102,21 +114,21 @@ TEST(GifScannerDelays, ShortDelaysTakeTheDefault) {
 }
 
 TEST(GifScannerDelays, FramesWithoutGraphicControlTakeTheDefault) {
-    GifScan result = scan(GifBuilder().header(8, 8).frame().frame().frame().trailer(), 100);
+    GifScan result = scan(GifBuilder(8, 8).image(kFrame).image(kFrame).image(kFrame).trailer(), 100);
     EXPECT_EQ(result.type, 6);
     EXPECT_EQ(result.delays, (Delays{100, 100, 100}));
     EXPECT_EQ(result.total_delay, 300u);
 }
 
 TEST(GifScannerDelays, ClampPassRunsOnlyWhenSomeFrameLacksAnExtension) {
-    GifBuilder every;
-    every.header(8, 8).graphic_control(65535).frame().graphic_control(10).frame().trailer();
+    GifBuilder every(8, 8);
+    every.delay(65535).image(kFrame).delay(10).image(kFrame).trailer();
     GifScan result = scan(every, 50);
     EXPECT_EQ(result.delays, (Delays{655350, 100}));
     EXPECT_EQ(result.total_delay, 655450u);
 
-    GifBuilder some;
-    some.header(8, 8).graphic_control(65535).frame().graphic_control(4).frame().frame().trailer();
+    GifBuilder some(8, 8);
+    some.delay(65535).image(kFrame).delay(4).image(kFrame).image(kFrame).trailer();
     result = scan(some, 50);
     // 655350 >= 65536 and 40 < 50 both become the default; the third slot is cleared, then 50.
     EXPECT_EQ(result.delays, (Delays{50, 50, 50}));
@@ -124,7 +136,7 @@ TEST(GifScannerDelays, ClampPassRunsOnlyWhenSomeFrameLacksAnExtension) {
 }
 
 TEST(GifScannerDelays, OneFrameReturnsFourButStillAddsItsDelay) {
-    GifScan result = scan(GifBuilder().header(8, 8).graphic_control(25).frame().trailer(), 0);
+    GifScan result = scan(GifBuilder(8, 8).delay(25).image(kFrame).trailer(), 0);
     EXPECT_EQ(result.type, 4);
     EXPECT_EQ(result.frame_count, 1u);
     EXPECT_EQ(result.delays, (Delays{250}));
@@ -132,8 +144,8 @@ TEST(GifScannerDelays, OneFrameReturnsFourButStillAddsItsDelay) {
 }
 
 TEST(GifScannerDelays, SecondExtensionBeforeOneImageOverwritesItsSlotAndReplacesItsTotal) {
-    GifBuilder gif;
-    gif.header(8, 8).graphic_control(10).graphic_control(20).frame().frame().trailer();
+    GifBuilder gif(8, 8);
+    gif.delay(10).delay(20).image(kFrame).image(kFrame).trailer();
     GifScan result = scan(gif, 7);
     // gce_count (2) is not below the image count (2): no clamp pass, no default for frame 2. The
     // table was sized for one slot; the frame past its end reads 0.
@@ -145,9 +157,9 @@ TEST(GifScannerDelays, SecondExtensionBeforeOneImageOverwritesItsSlotAndReplaces
 TEST(GifScannerDelays, SlotsNoExtensionEverWroteReadZero) {
     // Three extensions before the first image leave gce_count ahead of the table; when the table
     // grows later, the slots of the images in between were never written and read as 0.
-    GifBuilder gif;
-    gif.header(8, 8).graphic_control(10).graphic_control(20).graphic_control(30);
-    gif.frame().frame().frame().graphic_control(40).frame().trailer();
+    GifBuilder gif(8, 8);
+    gif.delay(10).delay(20).delay(30);
+    gif.image(kFrame).image(kFrame).image(kFrame).delay(40).image(kFrame).trailer();
     for (SourceKind kind : kAllSourceKinds) {
         GifScan result = scan_gif(kind, gif.bytes(), 9);
         EXPECT_EQ(result.delays, (Delays{300, 0, 0, 400})) << source_kind_name(kind);
@@ -157,24 +169,24 @@ TEST(GifScannerDelays, SlotsNoExtensionEverWroteReadZero) {
 
 TEST(GifScannerDelays, LastDelayIsForgottenAtEachDescriptor) {
     // Two extensions around an image each count in full; only repeats before one image replace.
-    GifBuilder gif;
-    gif.header(8, 8).graphic_control(10).frame().graphic_control(20).frame().trailer();
+    GifBuilder gif(8, 8);
+    gif.delay(10).image(kFrame).delay(20).image(kFrame).trailer();
     EXPECT_EQ(scan(gif).total_delay, 300u);
 }
 
 TEST(GifScannerDelays, ExtensionCountAndImageCountDrift) {
     // GCE, image, image without GCE, GCE, image: the final pass clears from gce_count (2) on, so
     // the third frame's own delay is lost to the default.
-    GifBuilder gif;
-    gif.header(8, 8).graphic_control(40).frame().frame().graphic_control(60).frame().trailer();
+    GifBuilder gif(8, 8);
+    gif.delay(40).image(kFrame).image(kFrame).delay(60).image(kFrame).trailer();
     GifScan result = scan(gif, 35);
     EXPECT_EQ(result.delays, (Delays{400, 35, 35}));
     EXPECT_EQ(result.total_delay, 400u + 600u + 35u);
 }
 
 TEST(GifScannerDelays, ExtensionAfterTheLastImageGrowsTheTableOnly) {
-    GifBuilder gif;
-    gif.header(8, 8).graphic_control(40).frame().graphic_control(50).frame().graphic_control(60).trailer();
+    GifBuilder gif(8, 8);
+    gif.delay(40).image(kFrame).delay(50).image(kFrame).delay(60).trailer();
     GifScan result = scan(gif);
     EXPECT_EQ(result.frame_count, 2u);
     EXPECT_EQ(result.delays, (Delays{400, 500}));
@@ -182,8 +194,8 @@ TEST(GifScannerDelays, ExtensionAfterTheLastImageGrowsTheTableOnly) {
 }
 
 TEST(GifScannerDelays, GraphicControlWithWrongBlockSizeIsNotRecorded) {
-    GifBuilder gif;
-    gif.header(8, 8).graphic_control(40, 5).frame().graphic_control(50).frame().trailer();
+    GifBuilder gif(8, 8);
+    gif.graphic_control(0, false, 40, 0, 5).image(kFrame).delay(50).image(kFrame).trailer();
     GifScan result = scan(gif, 11);
     EXPECT_EQ(result.frame_count, 2u);
     // The one recorded extension filled slot 1; the final pass clears from gce_count (1) on and the
@@ -192,8 +204,8 @@ TEST(GifScannerDelays, GraphicControlWithWrongBlockSizeIsNotRecorded) {
 }
 
 TEST(GifScannerResync, StrayBytesBetweenBlocksAreSteppedOver) {
-    GifBuilder gif;
-    gif.header(8, 8).raw({0x00, 0x99, 0x42}).frame().raw({0xFF, 0x01}).frame().raw({0x07}).trailer();
+    GifBuilder gif(8, 8);
+    gif.raw({0x00, 0x99, 0x42}).image(kFrame).raw({0xFF, 0x01}).image(kFrame).raw({0x07}).trailer();
     GifScan result = scan(gif);
     EXPECT_EQ(result.type, 6);
     EXPECT_EQ(result.frame_count, 2u);
@@ -202,28 +214,25 @@ TEST(GifScannerResync, StrayBytesBetweenBlocksAreSteppedOver) {
 TEST(GifScannerResync, UnknownExtensionBodyIsScannedAsTopLevelBytes) {
     // The body of an extension with an unknown label holds a complete image: it is counted.
     GifBuilder inner;
-    inner.image(0, 0, 2, 2);
+    inner.image(filler_image(0, 0, 2, 2));
     std::vector<uint8_t> body = inner.bytes();
-    GifBuilder gif;
-    gif.header(8, 8).raw({0x21, 0x99, static_cast<uint8_t>(body.size())});
-    for (uint8_t b : body) gif.raw({b});
-    gif.raw({0x00}).frame().trailer();
+    GifBuilder gif(8, 8);
+    gif.raw({0x21, 0x99, static_cast<uint8_t>(body.size())});
+    gif.raw(body).raw({0x00}).image(kFrame).trailer();
     EXPECT_EQ(scan(gif).frame_count, 2u);
     // With a known label the same body is skipped whole.
-    GifBuilder known;
-    known.header(8, 8).raw({0x21, 0xFE, static_cast<uint8_t>(body.size())});
-    for (uint8_t b : body) known.raw({b});
-    known.raw({0x00}).frame().trailer();
+    GifBuilder known(8, 8);
+    known.raw({0x21, 0xFE, static_cast<uint8_t>(body.size())});
+    known.raw(body).raw({0x00}).image(kFrame).trailer();
     EXPECT_EQ(scan(known).frame_count, 1u);
 }
 
 TEST(GifScannerResync, ExtensionsOfEveryKnownLabelAreSkippedWhole) {
-    GifBuilder gif;
-    gif.header(8, 8)
-        .extension(0xFF, {11, 3})
-        .comment({255, 255, 1})
+    GifBuilder gif(8, 8);
+    gif.extension(0xFF, {11, 3})
+        .extension(0xFE, {255, 255, 1})
         .extension(0x01, {12, 4})
-        .frame()
+        .image(kFrame)
         .trailer();
     EXPECT_EQ(scan(gif).type, 4);
 }
@@ -231,23 +240,23 @@ TEST(GifScannerResync, ExtensionsOfEveryKnownLabelAreSkippedWhole) {
 TEST(GifScannerQuirks, EmptyFirstSubBlockMakesTheWindowForgetItsLastByte) {
     // The image's terminator is the stream's last byte: after an empty comment it is never read,
     // so the image is not counted.
-    GifBuilder forgetful;
-    forgetful.header(8, 8).comment({}).frame();
+    GifBuilder forgetful(8, 8);
+    forgetful.comment({}).image(kFrame);
     for (SourceKind kind : kAllSourceKinds) {
         EXPECT_EQ(scan_gif(kind, forgetful.bytes()).type, 0) << source_kind_name(kind);
     }
-    GifBuilder normal;
-    normal.header(8, 8).comment({1}).frame();
+    GifBuilder normal(8, 8);
+    normal.extension(0xFE, {1}).image(kFrame);
     EXPECT_EQ(scan(normal).type, 4);
     // With a trailer after the image only the trailer is lost, which changes nothing.
-    GifBuilder with_trailer;
-    with_trailer.header(8, 8).comment({}).frame().trailer();
+    GifBuilder with_trailer(8, 8);
+    with_trailer.comment({}).image(kFrame).trailer();
     EXPECT_EQ(scan(with_trailer).type, 4);
 }
 
 TEST(GifScannerTruncation, HeaderAndGlobalTableCutsGiveZero) {
-    GifBuilder gif;
-    gif.header(8, 8, 2).frame().trailer();
+    GifBuilder gif(8, 8, test_palette(8));
+    gif.image(kFrame).trailer();
     for (size_t n : {size_t{3}, size_t{8}, size_t{12}, size_t{13 + 10}}) {
         for (SourceKind kind : kAllSourceKinds) {
             EXPECT_EQ(scan_gif(kind, gif.cut(n)).type, 0) << n << " bytes, " << source_kind_name(kind);
@@ -256,10 +265,10 @@ TEST(GifScannerTruncation, HeaderAndGlobalTableCutsGiveZero) {
 }
 
 TEST(GifScannerTruncation, CutExtensionsFail) {
-    GifBuilder gce;
-    gce.header(8, 8).frame().frame().graphic_control(10);
-    GifBuilder comment;
-    comment.header(8, 8).frame().frame().comment({200});
+    GifBuilder gce(8, 8);
+    gce.image(kFrame).image(kFrame).delay(10);
+    GifBuilder comment(8, 8);
+    comment.image(kFrame).image(kFrame).extension(0xFE, {200});
     for (SourceKind kind : kAllSourceKinds) {
         // The graphic control's five data bytes cannot be had: 0 whatever came before.
         GifScan cut_gce = scan_gif(kind, gce.cut(gce.size() - 3));
@@ -270,10 +279,10 @@ TEST(GifScannerTruncation, CutExtensionsFail) {
 }
 
 TEST(GifScannerTruncation, CutImagesEndTheScanWithTheFramesBefore) {
-    GifBuilder gif;
-    gif.header(8, 8).frame().frame();
+    GifBuilder gif(8, 8);
+    gif.image(kFrame).image(kFrame);
     const size_t two_frames = gif.size();
-    gif.image(0, 0, 8, 8, 3, 4, 50);
+    gif.image(filler_image(0, 0, 8, 8, 3, 4, 50));
     const size_t descriptor_start = two_frames;
     for (SourceKind kind : kAllSourceKinds) {
         for (size_t n : {descriptor_start + 5, descriptor_start + 12, descriptor_start + 10 + 48,
@@ -284,23 +293,22 @@ TEST(GifScannerTruncation, CutImagesEndTheScanWithTheFramesBefore) {
         }
     }
     // A GIF whose only image is cut short yields 0.
-    GifBuilder single;
-    single.header(8, 8).image(0, 0, 8, 8, -1, 3, 50);
+    GifBuilder single(8, 8);
+    single.image(filler_image(0, 0, 8, 8, -1, 3, 50));
     EXPECT_EQ(scan(GifBuilder(single)).type, 4);
     EXPECT_EQ(scan_gif(SourceKind::kMemory, single.cut(single.size() - 30)).type, 0);
 }
 
 TEST(GifScannerSources, EverySourceKindAgrees) {
-    GifBuilder gif;
-    gif.header(300, 200, 7)
-        .extension(0xFF, {11, 3})
-        .graphic_control(5)
-        .image(0, 0, 300, 200, 7, 120, 255)
-        .comment(std::vector<uint8_t>(70, 255))
-        .graphic_control(70)
-        .image(10, 10, 20, 20, -1, 90, 200)
+    GifBuilder gif(300, 200, test_palette(256));
+    gif.extension(0xFF, {11, 3})
+        .delay(5)
+        .image(filler_image(0, 0, 300, 200, 7, 120, 255))
+        .extension(0xFE, std::vector<int>(70, 255))
+        .delay(70)
+        .image(filler_image(10, 10, 20, 20, -1, 90, 200))
         .raw({0x00, 0x13})
-        .frame()
+        .image(kFrame)
         .trailer();
     ASSERT_GT(gif.size(), 3u * 16384u);  // several window refills and seeks past the window
     for (SourceKind kind : kAllSourceKinds) {
@@ -313,8 +321,8 @@ TEST(GifScannerSources, EverySourceKindAgrees) {
 }
 
 TEST(GifScannerSources, NoInfoRecordStillScansWithoutLeaking) {
-    GifBuilder gif;
-    gif.header(8, 8).graphic_control(10).frame().graphic_control(10).frame().trailer();
+    GifBuilder gif(8, 8);
+    gif.delay(10).image(kFrame).delay(10).image(kFrame).trailer();
     SourceRecord source(SourceKind::kMemory, gif.bytes());
     EXPECT_EQ(KOVRADALT_SimpleParserGIF(source.record(), nullptr, 0), 6);
     EXPECT_EQ(source->image_type, 6);
@@ -324,9 +332,8 @@ TEST(GifScannerSources, NoInfoRecordStillScansWithoutLeaking) {
 TEST(GifScannerAllocation, DelayTableGrowsGeometrically) {
     // 3000 frames with an extension each: a table that grows one entry per reallocation would need
     // thousands of allocations; forty are plenty for one that doubles.
-    GifBuilder gif;
-    gif.header(8, 8);
-    for (int i = 0; i < 3000; ++i) gif.graphic_control(10).frame();
+    GifBuilder gif(8, 8);
+    for (int i = 0; i < 3000; ++i) gif.delay(10).image(kFrame);
     gif.trailer();
     SourceRecord source(SourceKind::kMemory, gif.bytes());
     KOVRADALT_ImageInfo info{};
@@ -341,8 +348,8 @@ TEST(GifScannerAllocation, DelayTableGrowsGeometrically) {
 }
 
 TEST(GifScannerAllocation, FailedDelayTableGivesZero) {
-    GifBuilder gif;
-    gif.header(8, 8).graphic_control(10).frame().graphic_control(10).frame().frame().trailer();
+    GifBuilder gif(8, 8);
+    gif.delay(10).image(kFrame).delay(10).image(kFrame).image(kFrame).trailer();
     SourceRecord source(SourceKind::kMemory, gif.bytes());
     // The window buffer takes the first allocation, the first delay slot the second.
     for (long successes = 0; successes < 4; ++successes) {

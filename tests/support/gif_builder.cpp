@@ -147,6 +147,15 @@ GifBuilder &GifBuilder::comment(const Bytes &text) {
     return raw(sub_blocks(text));
 }
 
+GifBuilder &GifBuilder::extension(uint8_t label, const std::vector<int> &block_sizes) {
+    raw({0x21, label});
+    for (int size : block_sizes) {
+        bytes_.push_back(static_cast<uint8_t>(size));
+        bytes_.insert(bytes_.end(), static_cast<size_t>(size), 0x3B);
+    }
+    return raw({0});
+}
+
 GifBuilder &GifBuilder::image(const ImageSpec &spec) {
     int min_code = spec.min_code_size;
     if (min_code < 0) {
@@ -155,7 +164,6 @@ GifBuilder &GifBuilder::image(const ImageSpec &spec) {
         min_code = 2;
         while ((1 << min_code) <= most) ++min_code;
     }
-    const Bytes rows = spec.interlaced ? interlace_rows(spec.indexes, spec.width, spec.height) : spec.indexes;
     bytes_.push_back(0x2C);
     put16(spec.left);
     put16(spec.top);
@@ -166,19 +174,18 @@ GifBuilder &GifBuilder::image(const ImageSpec &spec) {
                                           (spec.local.empty() ? 0 : bits)));
     if (!spec.local.empty()) put_table(spec.local, bits);
     bytes_.push_back(static_cast<uint8_t>(min_code));
-    return raw(sub_blocks(lzw_encode(rows, min_code)));
+    if (!spec.data.empty()) return raw(sub_blocks(spec.data, spec.block));
+    const Bytes rows = spec.interlaced ? interlace_rows(spec.indexes, spec.width, spec.height) : spec.indexes;
+    return raw(sub_blocks(lzw_encode(rows, min_code), spec.block));
 }
 
 GifBuilder &GifBuilder::image_with_data(int left, int top, int width, int height, int min_code_size,
                                         const Bytes &data, bool interlaced, int block) {
-    bytes_.push_back(0x2C);
-    put16(left);
-    put16(top);
-    put16(width);
-    put16(height);
-    bytes_.push_back(interlaced ? 0x40 : 0);
-    bytes_.push_back(static_cast<uint8_t>(min_code_size));
-    return raw(sub_blocks(data, block));
+    ImageSpec spec = frame_spec(left, top, width, height, {}, interlaced);
+    spec.min_code_size = min_code_size;
+    spec.data = data;
+    spec.block = block;
+    return image(spec);
 }
 
 GifBuilder &GifBuilder::raw(const Bytes &bytes) {

@@ -1,6 +1,7 @@
 // Building GIF files in tests: a plain LZW encoder (clear code first, a clear whenever the table
 // fills, end code last), a packer for hand-picked code sequences, and a builder that assembles
-// headers, colour tables, graphic control blocks, image descriptors and data sub-blocks.
+// headers, colour tables, graphic control blocks, extensions, image descriptors and data sub-blocks.
+// Nothing here validates what it writes: a test can build a stream as broken as it needs.
 #pragma once
 
 #include <cstddef>
@@ -41,6 +42,8 @@ struct ImageSpec {
     int local_size_bits = -1;    // table size field; -1: smallest that fits `local`
     bool interlaced = false;
     int min_code_size = -1;      // -1: smallest valid for the palette
+    Bytes data;                  // already-packed data written instead of encoding `indexes`
+    int block = 255;             // largest data sub-block
 };
 
 // A frame without a local table.
@@ -57,12 +60,18 @@ inline ImageSpec frame_spec(int left, int top, int width, int height, Bytes inde
 
 class GifBuilder {
 public:
+    // No header: a stream of bare blocks.
+    GifBuilder() = default;
     // Header and logical screen; a global table when `global` is not empty.
     GifBuilder(int width, int height, const std::vector<Rgb> &global = {}, int background = 0,
                int size_bits = -1);
     GifBuilder &graphic_control(int disposal, bool transparency, int delay_cs, int transparent_index,
                                 int block_size = 4);
+    // A graphic control holding only a delay.
+    GifBuilder &delay(int delay_cs) { return graphic_control(0, false, delay_cs, 0); }
     GifBuilder &comment(const Bytes &text);
+    // An extension with sub-blocks of the given sizes, filled with trailer bytes a scan must skip.
+    GifBuilder &extension(uint8_t label, const std::vector<int> &block_sizes);
     GifBuilder &image(const ImageSpec &spec);
     // An image descriptor followed by the given code size and already-packed data bytes.
     GifBuilder &image_with_data(int left, int top, int width, int height, int min_code_size, const Bytes &data,
@@ -70,6 +79,9 @@ public:
     GifBuilder &raw(const Bytes &bytes);
     GifBuilder &trailer();
     const Bytes &bytes() const { return bytes_; }
+    size_t size() const { return bytes_.size(); }
+    // The stream cut to its first n bytes.
+    Bytes cut(size_t n) const { return Bytes(bytes_.begin(), bytes_.begin() + static_cast<std::ptrdiff_t>(n)); }
 
 private:
     void put16(int value);
