@@ -3,6 +3,7 @@
 // list replicated to full size and handed to the library's colour converters.
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 
 #include "road.h"
@@ -11,6 +12,16 @@ namespace kovra::jpeg_host {
 namespace {
 
 constexpr uint32_t kHighestGroup = 10;  // a pointer list holds row groups -1 .. 10
+
+// Each of `count` samples `ratio` times (the common ratio 2 in a loop the compiler can widen).
+void replicate(const uint8_t *source, size_t count, uint32_t ratio, uint8_t *out) {
+    if (ratio == 2) {
+        for (size_t x = 0; x < count; ++x) out[2 * x] = out[2 * x + 1] = source[x];
+        return;
+    }
+    for (size_t x = 0; x < count; ++x)
+        for (uint32_t k = 0; k < ratio; ++k) *out++ = source[x];
+}
 
 }  // namespace
 
@@ -99,8 +110,8 @@ void Road::upsample_group(uint32_t group) {
                 continue;
             }
             uint8_t *row = k.upsampled.data() + r * upWidth;
-            for (size_t x = 0; x < upWidth; ++x) row[x] = source[x / k.hRatio];
             k.upsampledRows[r] = row;
+            replicate(source, k.rowWidth, k.hRatio, row);
         }
     }
 }
@@ -128,10 +139,13 @@ void Road::convert_rows(uint32_t first, uint32_t count) {
         uint8_t *pixels = ctx_.outY;
         ctx_.outputFormat = 5;
         DALTJ_DoFastYcbcrToRgb(&ctx_, nullptr, n);
-        // The converter writes 255, R, G, B; the picture holds R, G, B, 255.
+        // The converter writes 255, R, G, B; the picture holds R, G, B, 255: each pixel's word
+        // turns by one byte.
         for (size_t p = 0; p < size_t{count} * width_; ++p, pixels += 4) {
-            std::memmove(pixels, pixels + 1, 3);
-            pixels[3] = 255;
+            uint32_t word;
+            std::memcpy(&word, pixels, 4);
+            word = std::endian::native == std::endian::little ? std::rotr(word, 8) : std::rotl(word, 8);
+            std::memcpy(pixels, &word, 4);
         }
     } else if (options_.format == Format::planar && !grey) {
         ctx_.outputFormat = 15;
