@@ -5,6 +5,7 @@
 
 extern "C" {
 #include <jpeglib.h>
+#include <jerror.h>
 }
 
 namespace kovra::jpeg_host {
@@ -17,11 +18,17 @@ struct CoefficientImage::Decompressor {
     jpeg_progress_mgr progress{};
     jmp_buf jump{};
     int maxScans = 0;
+    bool truncated = false;  // libjpeg-turbo warned that the data ended early
 
     Decompressor() {
         cinfo.err = jpeg_std_error(&err);
         err.error_exit = [](j_common_ptr c) { longjmp(static_cast<Decompressor *>(c->client_data)->jump, 1); };
         err.output_message = [](j_common_ptr) {};
+        err.emit_message = [](j_common_ptr c, int level) {
+            if (level >= 0) return;  // trace messages
+            ++c->err->num_warnings;
+            if (c->err->msg_code == JWRN_JPEG_EOF) static_cast<Decompressor *>(c->client_data)->truncated = true;
+        };
         cinfo.client_data = this;
         jpeg_create_decompress(&cinfo);
         progress.progress_monitor = [](j_common_ptr c) {
@@ -97,6 +104,8 @@ Error CoefficientImage::read(std::vector<uint8_t> bytes, const Limits &limits, s
             c.blockRows.push_back(line[0]);
         }
     }
+    image->description_.warnings = d.err.num_warnings;
+    image->description_.truncated = d.truncated;
     out = std::move(image);
     return Error::none;
 }

@@ -40,6 +40,11 @@ struct Description {
     bool progressive = false;
     uint32_t restartInterval = 0;            // MCUs between restart markers, 0 for none
     std::array<uint8_t, 4> hSampling{}, vSampling{};  // per component (the first `components`)
+    // libjpeg-turbo's warnings while reading the coefficients (corrupt entropy data, bytes before
+    // a marker); it goes on past them, filling what it cannot read. `truncated`: the data ended
+    // before the image did (the missing part is filled).
+    long warnings = 0;
+    bool truncated = false;
 };
 
 // Output layouts: rgba 4 bytes a pixel; grey 1 byte a pixel (luma); planar three full planes
