@@ -1,5 +1,5 @@
 // kovra decode FILE -o DIR [--sample N] [--format rgba|bgra|index] [--max-pixels N] [--allow-partial]:
-// decodes every frame of a GIF through the library's framework entry points and writes each as
+// for a GIF, decodes every frame of a GIF through the library's framework entry points and writes each as
 // DIR/<name>-NNN.png, printing the delay of each frame; in rgba and bgra also DIR/<name>.png, an
 // animated PNG of all frames with their delays.
 //
@@ -16,7 +16,11 @@
 // A frame that fails ends the decode (the stream cannot be followed past it): the frames before
 // it stay written, the failure and the frames not reached are reported, and the exit status is 1
 // unless --allow-partial accepts a partial result.
+//
+// A JPEG file (one that starts with the SOI marker) goes to jpeg_decode.cpp instead, with
+// --scale 1/N, --format rgba|gray|yuv444|yuv420 and --threads 1|2.
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -27,6 +31,9 @@
 #include "commands.h"
 #include "gif_frames.h"
 #include "header_scan.h"
+#ifdef KOVRA_TOOL_JPEG
+#include "jpeg_decode.h"
+#endif
 #include "kovra_gif.h"
 #include "png_writer.h"
 #include "progress_line.h"
@@ -39,9 +46,45 @@ struct DecodeOptions {
     std::string output_dir;
     int32_t sample_size = 1;
     int32_t format = KOVRADALT_FORMAT_RGBA32;
+    std::string format_name = "rgba";
     int64_t max_pixels = int64_t{64} << 20;
     bool allow_partial = false;
+    int scale_denominator = 1;
+    int threads = 1;
 };
+
+constexpr int kScales[] = {1, 2, 4, 8, 16, 32, 64};
+
+// "1/N" with N one of kScales; 0 otherwise.
+int parse_scale(const std::string &text) {
+    for (int denominator : kScales) {
+        if (text == "1/" + std::to_string(denominator)) return denominator;
+    }
+    return 0;
+}
+
+bool is_jpeg_file(const std::string &path) {
+    FILE *file = std::fopen(path.c_str(), "rb");
+    if (file == nullptr) return false;
+    unsigned char start[3] = {};
+    const size_t got = std::fread(start, 1, sizeof start, file);
+    std::fclose(file);
+    return got == sizeof start && start[0] == 0xFF && start[1] == 0xD8 && start[2] == 0xFF;
+}
+
+// The GIF decoder's output format for --format; false for a JPEG-only name.
+bool gif_format(const std::string &name, int32_t *format) {
+    if (name == "rgba") {
+        *format = KOVRADALT_FORMAT_RGBA32;
+    } else if (name == "bgra") {
+        *format = KOVRADALT_FORMAT_BGRA32;
+    } else if (name == "index") {
+        *format = KOVRADALT_FORMAT_INDEX8;
+    } else {
+        return false;
+    }
+    return true;
+}
 
 bool parse_options(const Arguments &args, DecodeOptions *options, std::string *problem) {
     for (size_t i = 0; i < args.size(); ++i) {
@@ -66,17 +109,25 @@ bool parse_options(const Arguments &args, DecodeOptions *options, std::string *p
             }
             options->max_pixels = pixels;
         } else if (arg == "--format" && has_value) {
-            const std::string &name = args[++i];
-            if (name == "rgba") {
-                options->format = KOVRADALT_FORMAT_RGBA32;
-            } else if (name == "bgra") {
-                options->format = KOVRADALT_FORMAT_BGRA32;
-            } else if (name == "index") {
-                options->format = KOVRADALT_FORMAT_INDEX8;
-            } else {
-                *problem = "--format takes rgba, bgra or index";
+            options->format_name = args[++i];
+            static const std::string kNames[] = {"rgba", "bgra", "index", "gray", "yuv444", "yuv420"};
+            if (std::find(std::begin(kNames), std::end(kNames), options->format_name) == std::end(kNames)) {
+                *problem = "--format takes rgba, bgra or index (GIF), rgba, gray, yuv444 or yuv420 (JPEG)";
                 return false;
             }
+        } else if (arg == "--scale" && has_value) {
+            options->scale_denominator = parse_scale(args[++i]);
+            if (options->scale_denominator == 0) {
+                *problem = "--scale takes 1/1, 1/2, 1/4, 1/8, 1/16, 1/32 or 1/64";
+                return false;
+            }
+        } else if (arg == "--threads" && has_value) {
+            const std::string &threads = args[++i];
+            if (threads != "1" && threads != "2") {
+                *problem = "--threads takes 1 or 2";
+                return false;
+            }
+            options->threads = threads[0] - '0';
         } else if (arg == "--allow-partial") {
             options->allow_partial = true;
         } else if (!arg.empty() && arg[0] != '-' && options->input.empty()) {
@@ -218,12 +269,32 @@ int decode_frames(const DecodeOptions &options) {
     return options.allow_partial && written > 0 ? 0 : 1;
 }
 
+int decode_jpeg_file(const DecodeOptions &options) {
+#ifdef KOVRA_TOOL_JPEG
+    JpegDecodeRequest request{options.input, options.output_dir, options.scale_denominator, JpegOutput::rgba,
+                              options.threads, static_cast<uint64_t>(options.max_pixels)};
+    if (!parse_jpeg_output(options.format_name, &request.output)) {
+        return usage_error("decode", "--format " + options.format_name + " is not a JPEG output (rgba, gray, yuv444, yuv420)");
+    }
+    return decode_jpeg(request);
+#else
+    return fail(options, "this build of kovra decodes no JPEG files (it was built without libjpeg-turbo)");
+#endif
+}
+
 }  // namespace
 
 int run_decode(const Arguments &args) {
     DecodeOptions options;
     std::string problem;
     if (!parse_options(args, &options, &problem)) return usage_error("decode", problem);
+    if (is_jpeg_file(options.input)) return decode_jpeg_file(options);
+    if (!gif_format(options.format_name, &options.format)) {
+        return usage_error("decode", "--format " + options.format_name + " is for JPEG files");
+    }
+    if (options.scale_denominator != 1 || options.threads != 1) {
+        return usage_error("decode", "--scale and --threads are for JPEG files (--sample reduces a GIF)");
+    }
     return decode_frames(options);
 }
 

@@ -5,7 +5,8 @@
 
 namespace kovra::tool {
 
-ProgressLine::ProgressLine(std::string label) : label_(std::move(label)), enabled_(isatty(STDERR_FILENO) == 1) {}
+ProgressLine::ProgressLine(std::string label, std::string unit)
+    : label_(std::move(label)), unit_(std::move(unit)), enabled_(isatty(STDERR_FILENO) == 1) {}
 
 void ProgressLine::update(uint32_t done, uint32_t total) {
     if (!enabled_) return;
@@ -14,9 +15,9 @@ void ProgressLine::update(uint32_t done, uint32_t total) {
     last_drawn_ = now;
     shown_ = true;
     if (total != 0) {
-        std::fprintf(stderr, "\r%s: frame %u of %u\033[K", label_.c_str(), done, total);
+        std::fprintf(stderr, "\r%s: %s %u of %u\033[K", label_.c_str(), unit_.c_str(), done, total);
     } else {
-        std::fprintf(stderr, "\r%s: frame %u\033[K", label_.c_str(), done);
+        std::fprintf(stderr, "\r%s: %s %u\033[K", label_.c_str(), unit_.c_str(), done);
     }
     std::fflush(stderr);
 }

@@ -10,15 +10,17 @@ namespace kovra::tool {
 
 class ProgressLine {
 public:
-    explicit ProgressLine(std::string label);
+    // `unit`: what is counted ("frame", "row").
+    explicit ProgressLine(std::string label, std::string unit = "frame");
     ~ProgressLine() { finish(); }
-    // `done` frames of `total` (0 when the total is not known).
+    // `done` units of `total` (0 when the total is not known).
     void update(uint32_t done, uint32_t total);
     void finish();
 
 private:
     using Clock = std::chrono::steady_clock;
     std::string label_;
+    std::string unit_;
     bool enabled_;
     bool shown_ = false;
     Clock::time_point started_ = Clock::now();
