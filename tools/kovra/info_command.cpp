@@ -4,6 +4,10 @@
 // --frames, for a GIF also the frames the decoder delivers and their delays, beside the header
 // scan's (the two follow different rules of the library and can disagree on damaged files).
 //
+// For a JPEG, whose header parse reports no size, the tool adds its own reading through its JPEG
+// host (width, height, components, colour space and sampling), marked as the tool's, not the
+// library's (in JSON, the object "tool_reading").
+//
 // Each file becomes a FileReport, which the text and JSON printers then show; a new field goes
 // into the struct, report_on and both printers. Exit status 1 when a file cannot be opened or its
 // type is not identified.
@@ -20,6 +24,9 @@
 #include "header_scan.h"
 #include "image_file.h"
 #include "json_writer.h"
+#ifdef KOVRA_TOOL_JPEG
+#include "jpeg_reading.h"
+#endif
 
 namespace kovra::tool {
 namespace {
@@ -33,6 +40,9 @@ struct DecodedFrames {
 struct FileReport {
     HeaderScan scan;
     std::optional<DecodedFrames> decoded;  // with --frames, for GIFs
+#ifdef KOVRA_TOOL_JPEG
+    std::optional<JpegReading> jpeg;       // for JPEGs
+#endif
 };
 
 struct InfoOptions {
@@ -63,8 +73,12 @@ DecodedFrames decode_frames(const HeaderScan &scan) {
 }
 
 FileReport report_on(const std::string &path, bool with_frames) {
-    FileReport report{scan_header(path), std::nullopt};
+    FileReport report;
+    report.scan = scan_header(path);
     if (with_frames && is_gif(report.scan.type)) report.decoded = decode_frames(report.scan);
+#ifdef KOVRA_TOOL_JPEG
+    if (report.scan.type == KOVRADALT_TYPE_JPEG) report.jpeg.emplace(read_jpeg(path, jpeg_host::Limits{}.maxPixels));
+#endif
     return report;
 }
 
@@ -86,9 +100,16 @@ void print_frames_text(const FileReport &r) {
 }
 
 // The library's JPEG header parse returns fixed results: it reports no width or height.
-void print_jpeg_text(const HeaderScan &s) {
+void print_jpeg_text(const FileReport &r) {
     std::printf(", %u bytes; width and height not known (the library's JPEG header parse reports no size)\n",
-                s.file_size);
+                r.scan.file_size);
+#ifdef KOVRA_TOOL_JPEG
+    const JpegReading &reading = *r.jpeg;
+    std::printf("  tool's own reading (libjpeg-turbo): ");
+    if (reading.opened) std::printf("%s", describe(reading.jpeg.description()).c_str());
+    if (!reading.failure.empty()) std::printf("%s%s", reading.opened ? "; " : "", reading.failure.c_str());
+    std::printf("\n");
+#endif
 }
 
 void print_text(const FileReport &r) {
@@ -99,7 +120,7 @@ void print_text(const FileReport &r) {
         std::printf(", %u bytes\n", s.file_size);
         return;
     }
-    if (s.type == KOVRADALT_TYPE_JPEG) return print_jpeg_text(s);
+    if (s.type == KOVRADALT_TYPE_JPEG) return print_jpeg_text(r);
     std::printf(", %u x %u, %u bytes, %u frame%s", s.width, s.height, s.file_size, s.frame_count,
                 s.frame_count == 1 ? "" : "s");
     if (s.frame_count > 1 && !s.delays_ms.empty()) {
@@ -164,6 +185,12 @@ void print_json(JsonWriter &json, const FileReport &r, bool with_exif) {
             }
             json.end_object();
         }
+#ifdef KOVRA_TOOL_JPEG
+        if (r.jpeg) {
+            json.key("tool_reading");
+            write_json(json, *r.jpeg);
+        }
+#endif
         if (with_exif) {
             json.key("exif");
             ExifReport(s.path).write_json(json);

@@ -1,0 +1,94 @@
+#!/usr/bin/env bash
+# check_jpeg_decode.sh KOVRA SAMPLES_DIR: `kovra decode` of JPEG files. The planar outputs have
+# the layout --help gives (yuv444's Y plane is the gray PNG, yuv420's chroma the 2 x 2 means of
+# yuv444's, odd edges included); truncated, corrupt, CMYK and non-JPEG files and the scales below
+# 1/8 fail with a message and leave no file; Ctrl-C stops a large decode with status 130 and no
+# file; kovra info adds the tool's own reading of a JPEG.
+set -euo pipefail
+kovra=$1 samples=$2
+out=$(mktemp -d)
+trap 'rm -rf "$out"' EXIT
+status=0
+fail() { echo "$*"; status=1; }
+
+# Test images made by Pillow (libjpeg-turbo): an odd-sized 4:2:0 photo, a CMYK one, a large noisy
+# one; and the sample cut short, and with a marker in its entropy data (after its last SOS: the
+# first is its EXIF thumbnail's).
+/usr/bin/python3 - "$out" "$samples/exif-200dpcm.jpg" <<'PY'
+import os, sys
+from PIL import Image
+out, sample = sys.argv[1], open(sys.argv[2], "rb").read()
+scan = sample.rfind(b"\xff\xda")
+open(f"{out}/truncated.jpg", "wb").write(sample[:scan + 1000])
+open(f"{out}/corrupt.jpg", "wb").write(sample[:scan + 400] + b"\xff\xd5" + sample[scan + 402:])
+gradient = Image.linear_gradient("L").resize((33, 17))
+Image.merge("RGB", (gradient, gradient.rotate(90, expand=False), gradient.transpose(Image.FLIP_LEFT_RIGHT))).save(
+    f"{out}/odd.jpg", subsampling=2, quality=90)
+Image.new("CMYK", (16, 16), (10, 20, 30, 40)).save(f"{out}/cmyk.jpg")
+Image.frombytes("L", (4096, 4096), os.urandom(4096 * 4096)).convert("RGB").save(f"{out}/large.jpg", quality=95)
+PY
+
+for format in gray yuv444 yuv420; do
+  "$kovra" decode "$out/odd.jpg" -o "$out/$format" --format "$format" >/dev/null || fail "--format $format failed"
+done
+/usr/bin/python3 - "$out" <<'PY' || status=1
+import sys
+from PIL import Image
+out, w, h = sys.argv[1], 33, 17
+grey = Image.open(f"{out}/gray/odd.png").convert("L").tobytes()
+full = open(f"{out}/yuv444/odd.yuv", "rb").read()
+half = open(f"{out}/yuv420/odd.yuv", "rb").read()
+assert len(full) == 3 * w * h and full[:w * h] == grey, "yuv444: not Y, Cb, Cr planes with the gray PNG as Y"
+hw, hh = (w + 1) // 2, (h + 1) // 2
+assert len(half) == w * h + 2 * hw * hh and half[:w * h] == grey, "yuv420: wrong size or Y plane"
+for p in (1, 2):
+    plane = full[p * w * h:(p + 1) * w * h]
+    for y in range(hh):
+        for x in range(hw):
+            block = [plane[yy * w + xx] for yy in (2 * y, 2 * y + 1) if yy < h for xx in (2 * x, 2 * x + 1) if xx < w]
+            mean = (sum(block) + len(block) // 2) // len(block)
+            got = half[w * h + (p - 1) * hw * hh + y * hw + x]
+            assert got == mean, f"yuv420 plane {p} at {x},{y}: {got}, the block's mean is {mean}"
+PY
+
+# refused FILE MESSAGE [ARGS...]: exit 1, MESSAGE on stderr, nothing in the output folder.
+refused() {
+  local file=$1 message=$2 err
+  shift 2
+  rm -rf "$out/refused"
+  if err=$("$kovra" decode "$file" -o "$out/refused" "$@" 2>&1 >/dev/null); then
+    fail "$file $*: exit status 0"
+  elif [ $? -ne 1 ]; then
+    fail "$file $*: exit status not 1"
+  fi
+  grep -q "$message" <<<"$err" || fail "$file $*: expected '$message', got: $err"
+  [ -z "$(ls -A "$out/refused" 2>/dev/null)" ] || fail "$file $*: left $(ls "$out/refused")"
+}
+printf '\xff\xd8\xffGARBAGE' >"$out/garbage.jpg"
+refused "$out/truncated.jpg" "truncated"
+refused "$out/corrupt.jpg" "corrupt"
+refused "$out/garbage.jpg" "not a JPEG"
+refused "$out/cmyk.jpg" "CMYK JPEG files are not decoded"
+refused "$samples/exif-200dpcm.jpg" "1/16 is not written" --scale 1/16
+
+# Ctrl-C while the large photo decodes (or before its file is renamed into place): status 130,
+# nothing left. Job control keeps SIGINT from being ignored in the background job.
+set -m
+"$kovra" decode "$out/large.jpg" -o "$out/interrupted" >/dev/null 2>"$out/interrupted.err" &
+decoder=$!
+sleep 0.3
+kill -INT $decoder
+wait $decoder && code=0 || code=$?
+set +m
+[ "$code" -eq 130 ] || fail "Ctrl-C: exit status $code, not 130"
+grep -q "interrupted; nothing written" "$out/interrupted.err" || fail "Ctrl-C did not stop the decode through its callback"
+[ -z "$(ls -A "$out/interrupted" 2>/dev/null)" ] || fail "Ctrl-C left $(ls -A "$out/interrupted")"
+
+info=$("$kovra" info "$out/odd.jpg")
+grep -q "tool's own reading.*33 x 17, 3 components (YCbCr), sampling 2x2 1x1 1x1" <<<"$info" || fail "info: $info"
+"$kovra" info --json "$out/odd.jpg" | /usr/bin/python3 -c '
+import json, sys
+reading = json.load(sys.stdin)[0]["tool_reading"]
+assert (reading["width"], reading["height"], reading["sampling"]) == (33, 17, "2x2 1x1 1x1"), reading' ||
+  fail "info --json: no tool_reading of 33 x 17 2x2 1x1 1x1"
+exit $status
