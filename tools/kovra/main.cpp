@@ -3,6 +3,7 @@
 //   kovra info [--exif] [--json] [--frames] FILE...
 //   kovra exif-thumb FILE -o OUT.jpg
 //   kovra decode FILE -o DIR [--sample N] [--format rgba|bgra|index] [--max-pixels N] [--allow-partial]
+//   kovra decode PHOTO.jpg -o DIR [--scale 1/N] [--format rgba|gray|yuv444|yuv420] [--threads 1|2]
 //   kovra --version | --help, kovra COMMAND --help
 
 #include <cstdio>
@@ -27,9 +28,15 @@ constexpr Command kCommands[] = {
     {"exif-thumb", kovra::tool::run_exif_thumb, "exif-thumb FILE -o OUT.jpg",
      "write the JPEG thumbnail of a file's EXIF block"},
     {"decode", kovra::tool::run_decode,
-     "decode FILE -o DIR [--sample N] [--format rgba|bgra|index] [--max-pixels N] [--allow-partial]",
+     "decode FILE -o DIR [--sample N] [--format rgba|bgra|index] [--max-pixels N] [--allow-partial]\n"
+     "       kovra decode PHOTO.jpg -o DIR [--scale 1/1|1/2|1/4|1/8] [--format rgba|gray|yuv444|yuv420]\n"
+     "                    [--threads 1|2] [--max-pixels N]",
      "every frame of a GIF as a PNG in DIR, and (rgba, bgra) one animated PNG of all frames with\n"
-     "      their delays; exits 1 when a frame fails unless --allow-partial"},
+     "      their delays; exits 1 when a frame fails unless --allow-partial.\n"
+     "      A JPEG: DIR/NAME.png (rgba; gray: a grey palette PNG), or DIR/NAME.yuv, raw 8-bit planes\n"
+     "      with rows packed: yuv444 Y, Cb, Cr each WxH; yuv420 Y WxH, then Cb and Cr each\n"
+     "      ceil(W/2) x ceil(H/2). Prints the EXIF orientation (not applied); CMYK/YCCK, truncated\n"
+     "      and corrupt files exit 1; Ctrl-C exits 130; no partial file is left (1/16..1/64 refused)"},
 };
 
 const Command *find_command(const char *name) {
