@@ -66,10 +66,10 @@ int parse_scale(const std::string &text) {
 bool is_jpeg_file(const std::string &path) {
     FILE *file = std::fopen(path.c_str(), "rb");
     if (file == nullptr) return false;
-    unsigned char start[3] = {};
+    unsigned char start[2] = {};
     const size_t got = std::fread(start, 1, sizeof start, file);
     std::fclose(file);
-    return got == sizeof start && start[0] == 0xFF && start[1] == 0xD8 && start[2] == 0xFF;
+    return got == sizeof start && start[0] == 0xFF && start[1] == 0xD8;
 }
 
 // The GIF decoder's output format for --format; false for a JPEG-only name.
