@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # check_jpeg_decode.sh KOVRA SAMPLES_DIR: `kovra decode` of JPEG files. The planar outputs have
 # the layout --help gives (yuv444's Y plane is the gray PNG, yuv420's chroma the 2 x 2 means of
-# yuv444's, odd edges included); truncated, corrupt, CMYK and non-JPEG files and the scales below
-# 1/8 fail with a message and leave no file; Ctrl-C stops a large decode with status 130 and no
-# file; kovra info adds the tool's own reading of a JPEG.
+# yuv444's, an odd edge included); the EXIF orientation is printed only when there is one;
+# truncated, corrupt, CMYK and non-JPEG files and the scales below 1/8 fail with a message and
+# leave no file; Ctrl-C stops a large decode with status 130 and no file; kovra info adds the
+# tool's own reading of a JPEG.
 set -euo pipefail
 kovra=$1 samples=$2
 out=$(mktemp -d)
@@ -21,7 +22,7 @@ out, sample = sys.argv[1], open(sys.argv[2], "rb").read()
 scan = sample.rfind(b"\xff\xda")
 open(f"{out}/truncated.jpg", "wb").write(sample[:scan + 1000])
 open(f"{out}/corrupt.jpg", "wb").write(sample[:scan + 400] + b"\xff\xd5" + sample[scan + 402:])
-gradient = Image.linear_gradient("L").resize((33, 17))
+gradient = Image.linear_gradient("L").resize((33, 18))
 Image.merge("RGB", (gradient, gradient.rotate(90, expand=False), gradient.transpose(Image.FLIP_LEFT_RIGHT))).save(
     f"{out}/odd.jpg", subsampling=2, quality=90)
 Image.new("CMYK", (16, 16), (10, 20, 30, 40)).save(f"{out}/cmyk.jpg")
@@ -29,12 +30,16 @@ Image.frombytes("L", (4096, 4096), os.urandom(4096 * 4096)).convert("RGB").save(
 PY
 
 for format in gray yuv444 yuv420; do
-  "$kovra" decode "$out/odd.jpg" -o "$out/$format" --format "$format" >/dev/null || fail "--format $format failed"
+  log=$("$kovra" decode "$out/odd.jpg" -o "$out/$format" --format "$format") || fail "--format $format failed"
 done
+grep -q "orientation" <<<"$log" && fail "a file without EXIF has an orientation: $log"
+log=$("$kovra" decode "$samples/exif-200dpcm.jpg" -o "$out/exif")
+grep -q "EXIF orientation 1 (reported, not applied)" <<<"$log" || fail "no EXIF orientation: $log"
+
 /usr/bin/python3 - "$out" <<'PY' || status=1
 import sys
 from PIL import Image
-out, w, h = sys.argv[1], 33, 17
+out, w, h = sys.argv[1], 33, 18
 grey = Image.open(f"{out}/gray/odd.png").convert("L").tobytes()
 full = open(f"{out}/yuv444/odd.yuv", "rb").read()
 half = open(f"{out}/yuv420/odd.yuv", "rb").read()
@@ -85,10 +90,10 @@ grep -q "interrupted; nothing written" "$out/interrupted.err" || fail "Ctrl-C di
 [ -z "$(ls -A "$out/interrupted" 2>/dev/null)" ] || fail "Ctrl-C left $(ls -A "$out/interrupted")"
 
 info=$("$kovra" info "$out/odd.jpg")
-grep -q "tool's own reading.*33 x 17, 3 components (YCbCr), sampling 2x2 1x1 1x1" <<<"$info" || fail "info: $info"
+grep -q "tool's own reading.*33 x 18, 3 components (YCbCr), sampling 2x2 1x1 1x1" <<<"$info" || fail "info: $info"
 "$kovra" info --json "$out/odd.jpg" | /usr/bin/python3 -c '
 import json, sys
 reading = json.load(sys.stdin)[0]["tool_reading"]
-assert (reading["width"], reading["height"], reading["sampling"]) == (33, 17, "2x2 1x1 1x1"), reading' ||
-  fail "info --json: no tool_reading of 33 x 17 2x2 1x1 1x1"
+assert (reading["width"], reading["height"], reading["sampling"]) == (33, 18, "2x2 1x1 1x1"), reading' ||
+  fail "info --json: no tool_reading of 33 x 18 2x2 1x1 1x1"
 exit $status

@@ -22,10 +22,6 @@ bool PendingFile::write(const std::vector<uint8_t> &bytes, std::string *problem)
 }
 
 bool PendingFile::commit(std::string *problem) {
-    if (!written_) {
-        *problem = "nothing was written to " + path_;
-        return false;
-    }
     if (std::rename(temporary_.c_str(), path_.c_str()) != 0) {
         *problem = "cannot rename " + temporary_ + " to " + path_ + ": " + std::strerror(errno);
         return false;
