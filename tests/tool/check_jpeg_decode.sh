@@ -12,9 +12,9 @@ trap 'rm -rf "$out"' EXIT
 status=0
 fail() { echo "$*"; status=1; }
 
-# Test images made by Pillow (libjpeg-turbo): an odd-sized 4:2:0 photo, a CMYK one, a large noisy
-# one; and the sample cut short, and with a marker in its entropy data (after its last SOS: the
-# first is its EXIF thumbnail's).
+# Test images made by Pillow (libjpeg-turbo): an odd-width 4:4:4 photo (its chroma differs within
+# a 2 x 2 block), a CMYK one, a large noisy one; and the sample cut short, and with a marker in
+# its entropy data (after its last SOS: the first is its EXIF thumbnail's).
 /usr/bin/python3 - "$out" "$samples/exif-200dpcm.jpg" <<'PY'
 import os, sys
 from PIL import Image
@@ -24,7 +24,7 @@ open(f"{out}/truncated.jpg", "wb").write(sample[:scan + 1000])
 open(f"{out}/corrupt.jpg", "wb").write(sample[:scan + 400] + b"\xff\xd5" + sample[scan + 402:])
 gradient = Image.linear_gradient("L").resize((33, 18))
 Image.merge("RGB", (gradient, gradient.rotate(90, expand=False), gradient.transpose(Image.FLIP_LEFT_RIGHT))).save(
-    f"{out}/odd.jpg", subsampling=2, quality=90)
+    f"{out}/odd.jpg", subsampling=0, quality=90)
 Image.new("CMYK", (16, 16), (10, 20, 30, 40)).save(f"{out}/cmyk.jpg")
 Image.frombytes("L", (4096, 4096), os.urandom(4096 * 4096)).convert("RGB").save(f"{out}/large.jpg", quality=95)
 PY
@@ -90,10 +90,10 @@ grep -q "interrupted; nothing written" "$out/interrupted.err" || fail "Ctrl-C di
 [ -z "$(ls -A "$out/interrupted" 2>/dev/null)" ] || fail "Ctrl-C left $(ls -A "$out/interrupted")"
 
 info=$("$kovra" info "$out/odd.jpg")
-grep -q "tool's own reading.*33 x 18, 3 components (YCbCr), sampling 2x2 1x1 1x1" <<<"$info" || fail "info: $info"
+grep -q "tool's own reading.*33 x 18, 3 components (YCbCr), sampling 1x1 1x1 1x1" <<<"$info" || fail "info: $info"
 "$kovra" info --json "$out/odd.jpg" | /usr/bin/python3 -c '
 import json, sys
 reading = json.load(sys.stdin)[0]["tool_reading"]
-assert (reading["width"], reading["height"], reading["sampling"]) == (33, 18, "2x2 1x1 1x1"), reading' ||
-  fail "info --json: no tool_reading of 33 x 18 2x2 1x1 1x1"
+assert (reading["width"], reading["height"], reading["sampling"]) == (33, 18, "1x1 1x1 1x1"), reading' ||
+  fail "info --json: no tool_reading of 33 x 18 1x1 1x1 1x1"
 exit $status
