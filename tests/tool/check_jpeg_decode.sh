@@ -1,12 +1,13 @@
 #!/usr/bin/env bash
-# check_jpeg_decode.sh KOVRA SAMPLES_DIR: `kovra decode` of JPEG files. The planar outputs have
+# check_jpeg_decode.sh KOVRA SAMPLES_DIR [CORPUS_DIR]: `kovra decode` of JPEG files. The planar outputs have
 # the layout --help gives (yuv444's Y plane is the gray PNG, yuv420's chroma the 2 x 2 means of
 # yuv444's, an odd edge included); the EXIF orientation is printed only when there is one;
 # truncated, corrupt, CMYK and non-JPEG files and the scales below 1/8 fail with a message and
 # leave no file; Ctrl-C stops a large decode with status 130 and no file; kovra info adds the
-# tool's own reading of a JPEG.
+# tool's own reading of a JPEG. Every broken corpus JPEG decodes or is refused with a message and
+# leaves no file, with no sanitizer report (the ASan leg runs this too).
 set -euo pipefail
-kovra=$1 samples=$2
+kovra=$1 samples=$2 corpus=${3:-}
 out=$(mktemp -d)
 trap 'rm -rf "$out"' EXIT
 status=0
@@ -88,6 +89,20 @@ set +m
 [ "$code" -eq 130 ] || fail "Ctrl-C: exit status $code, not 130"
 grep -q "interrupted; nothing written" "$out/interrupted.err" || fail "Ctrl-C did not stop the decode through its callback"
 [ -z "$(ls -A "$out/interrupted" 2>/dev/null)" ] || fail "Ctrl-C left $(ls -A "$out/interrupted")"
+
+for broken in "$corpus"/jpeg-exif/broken-imagetestsuite/*; do
+  [ -f "$broken" ] || continue
+  rm -rf "$out/broken"
+  "$kovra" decode "$broken" -o "$out/broken" >/dev/null 2>"$out/broken.err" && code=0 || code=$?
+  if grep -q "Sanitizer\|runtime error" "$out/broken.err"; then
+    fail "$broken: sanitizer report"
+  elif [ "$code" -eq 1 ]; then
+    grep -q "^kovra decode: " "$out/broken.err" || fail "$broken: exit 1 without a message"
+    [ -z "$(ls -A "$out/broken" 2>/dev/null)" ] || fail "$broken: refused, yet left $(ls -A "$out/broken")"
+  elif [ "$code" -ne 0 ]; then
+    fail "$broken: exit status $code"
+  fi
+done
 
 info=$("$kovra" info "$out/odd.jpg")
 grep -q "tool's own reading.*33 x 18, 3 components (YCbCr), sampling 1x1 1x1 1x1" <<<"$info" || fail "info: $info"
