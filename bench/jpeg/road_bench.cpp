@@ -6,9 +6,9 @@
 // coefficients once, when it is opened, outside the timed part, so a timed road decode is
 // reconstruction and colour alone. libjpeg-turbo cannot hand its scanline decode coefficients
 // read beforehand, so its share is derived: its whole decode (jpeg_read_scanlines to RGBA,
-// JDCT_IFAST, no fancy upsampling, no block smoothing, its SIMD as the machine offers) minus its
-// jpeg_read_coefficients on the same bytes (header and entropy decoding, which a decode at 1/8
-// does in full too). Files are in memory; each time is the fastest of repeated runs (at least
+// JDCT_IFAST, no fancy upsampling, no block smoothing, its SIMD as the machine offers) minus the
+// same decode with the rows skipped (its header and entropy work). The last two columns are those
+// two at 1/1, as rates: "ljt ent" and "ljt all". Files are in memory; each time is the fastest of repeated runs (at least
 // three, and at least KOVRA_BENCH_SECONDS, default 0.1 s, in all), since a shared machine only
 // ever slows a run down. Rates are megapixels of the source image per second, at either scale;
 // a ratio above 1 means the road is the faster. Under the per-file geometric means, the totals:
@@ -18,6 +18,8 @@
 // and more), at full size.
 //
 //     road_bench [corpus folder]     (default: the build's corpus; KOVRA_CORPUS_DIR overrides)
+//     road_bench --profile FILE THREADS DENOMINATOR REPEATS
+//                                    (the road alone on one file, REPEATS times, for perf)
 
 #include <algorithm>
 #include <chrono>
@@ -83,10 +85,9 @@ struct Peer {
     ~Peer() { jpeg_destroy_decompress(&cinfo); }
 };
 
-// libjpeg-turbo's whole decode at 1/denominator to RGBA into `pixels`; false on an error or warning.
-bool peer_decode(const std::vector<uint8_t> &bytes, int denominator, std::vector<uint8_t> &pixels) {
-    Peer p(bytes);
-    if (setjmp(p.jump)) return false;
+// libjpeg-turbo's decompressor set up as both its timings use it: 1/denominator to RGBA, JDCT_IFAST,
+// no fancy upsampling, no block smoothing.
+void peer_start(Peer &p, int denominator) {
     jpeg_read_header(&p.cinfo, TRUE);
     p.cinfo.dct_method = JDCT_IFAST;
     p.cinfo.do_fancy_upsampling = FALSE;
@@ -95,6 +96,13 @@ bool peer_decode(const std::vector<uint8_t> &bytes, int denominator, std::vector
     p.cinfo.scale_num = 1;
     p.cinfo.scale_denom = static_cast<unsigned>(denominator);
     jpeg_start_decompress(&p.cinfo);
+}
+
+// libjpeg-turbo's whole decode into `pixels`; false on an error or a warning.
+bool peer_decode(const std::vector<uint8_t> &bytes, int denominator, std::vector<uint8_t> &pixels) {
+    Peer p(bytes);
+    if (setjmp(p.jump)) return false;
+    peer_start(p, denominator);
     const size_t stride = size_t{p.cinfo.output_width} * 4;
     pixels.resize(stride * p.cinfo.output_height);
     while (p.cinfo.output_scanline < p.cinfo.output_height) {
@@ -105,12 +113,19 @@ bool peer_decode(const std::vector<uint8_t> &bytes, int denominator, std::vector
     return p.err.num_warnings == 0;
 }
 
-// libjpeg-turbo's header and entropy decoding alone.
-bool peer_read_coefficients(const std::vector<uint8_t> &bytes) {
+// The same decode with every row but the last skipped: jpeg_skip_scanlines runs the entropy
+// decoder over whole skipped MCU rows without storing or reconstructing a block (a progressive
+// file's scans are all read by jpeg_start_decompress), so this is libjpeg-turbo's header and
+// entropy work, plus the reconstruction of the last MCU row (skipping to the very end would skip
+// the entropy decoding too).
+bool peer_entropy_only(const std::vector<uint8_t> &bytes, int denominator, std::vector<uint8_t> &pixels) {
     Peer p(bytes);
     if (setjmp(p.jump)) return false;
-    jpeg_read_header(&p.cinfo, TRUE);
-    jpeg_read_coefficients(&p.cinfo);
+    peer_start(p, denominator);
+    pixels.resize(size_t{p.cinfo.output_width} * 4);
+    jpeg_skip_scanlines(&p.cinfo, p.cinfo.output_height - 1);
+    JSAMPROW row = pixels.data();
+    jpeg_read_scanlines(&p.cinfo, &row, 1);
     jpeg_finish_decompress(&p.cinfo);
     return p.err.num_warnings == 0;
 }
@@ -145,8 +160,10 @@ std::vector<File> load_corpus(const std::filesystem::path &dir) {
         if (file.jpeg.open_memory(file.bytes) != Error::none || file.jpeg.description().warnings != 0) continue;
         Picture picture;
         std::vector<uint8_t> pixels;
-        bool usable = peer_read_coefficients(file.bytes);
-        for (int d : {1, 8}) usable = usable && road_decodes(file.jpeg, 1, d, picture) && peer_decode(file.bytes, d, pixels);
+        bool usable = true;
+        for (int d : {1, 8})
+            usable = usable && road_decodes(file.jpeg, 1, d, picture) && peer_decode(file.bytes, d, pixels) &&
+                     peer_entropy_only(file.bytes, d, pixels);
         if (!usable) continue;
         file.pixels = double(file.jpeg.description().width) * file.jpeg.description().height;
         if (file.pixels >= kSmallest) out.push_back(std::move(file));
@@ -172,20 +189,20 @@ struct GeoMean {
 void compare_with_peer(std::vector<File> &files) {
     std::printf("Reconstruction and colour, megapixels of source per second (fastest run)\n");
     std::printf("%-44s %6s %-9s | %8s %8s %6s | %8s %8s %6s | %8s %8s\n", "file", "MP", "sampling", "road 1/1",
-                "ljt 1/1", "ratio", "road 1/8", "ljt 1/8", "ratio", "ljt coef", "ljt 1/1+");
+                "ljt 1/1", "ratio", "road 1/8", "ljt 1/8", "ratio", "ljt ent", "ljt all");
     GeoMean road[2], peer[2], ratio[2];
     double totalPixels = 0, roadTime[2] = {0, 0}, peerTime[2] = {0, 0};
     Picture picture;
     std::vector<uint8_t> pixels;
     for (File &f : files) {
         const double mp = f.pixels / 1e6;
-        const double coefficients = fastest([&] { peer_read_coefficients(f.bytes); });
-        const double whole = fastest([&] { peer_decode(f.bytes, 1, pixels); });
-        double rates[2][2];
+        double rates[2][2], whole[2], entropy[2];
         int i = 0;
         for (int d : {1, 8}) {
             const double ours = fastest([&] { road_decodes(f.jpeg, 1, d, picture); });
-            const double theirs = (d == 1 ? whole : fastest([&] { peer_decode(f.bytes, d, pixels); })) - coefficients;
+            whole[i] = fastest([&] { peer_decode(f.bytes, d, pixels); });
+            entropy[i] = fastest([&] { peer_entropy_only(f.bytes, d, pixels); });
+            const double theirs = whole[i] - entropy[i];
             roadTime[i] += ours, peerTime[i] += theirs;
             rates[i][0] = mp / ours;
             rates[i][1] = theirs > 0 ? mp / theirs : INFINITY;
@@ -196,7 +213,7 @@ void compare_with_peer(std::vector<File> &files) {
         totalPixels += mp;
         std::printf("%-44s %6.2f %-9s | %8.1f %8.1f %6.2f | %8.1f %8.1f %6.2f | %8.1f %8.1f\n", f.name.c_str(), mp,
                     sampling(f.jpeg.description()).c_str(), rates[0][0], rates[0][1], rates[0][0] / rates[0][1],
-                    rates[1][0], rates[1][1], rates[1][0] / rates[1][1], mp / coefficients, mp / whole);
+                    rates[1][0], rates[1][1], rates[1][0] / rates[1][1], mp / entropy[0], mp / whole[0]);
     }
     std::printf("%-44s %6s %-9s | %8.1f %8.1f %6.2f | %8.1f %8.1f %6.2f |   (geometric means over %d files)\n",
                 "geometric mean", "", "", road[0].value(), peer[0].value(), ratio[0].value(), road[1].value(),
@@ -226,9 +243,28 @@ void compare_threads(std::vector<File> &files) {
                 one.value(), two.value(), speedup.value(), one.count);
 }
 
+// The road alone on one file, for a profiler: the coefficients are read before the decodes.
+int profile(const char *path, int threads, int denominator, int repeats) {
+    Jpeg jpeg;
+    if (Error e = jpeg.open_file(path); e != Error::none) {
+        std::fprintf(stderr, "%s: %s\n", path, message(e));
+        return 1;
+    }
+    Picture picture;
+    for (int i = 0; i < repeats; ++i) {
+        if (!road_decodes(jpeg, threads, denominator, picture)) {
+            std::fprintf(stderr, "%s: the road failed\n", path);
+            return 1;
+        }
+    }
+    return 0;
+}
+
 }  // namespace
 
 int main(int argc, char **argv) {
+    if (argc == 6 && std::string(argv[1]) == "--profile")
+        return profile(argv[2], std::atoi(argv[3]), std::atoi(argv[4]), std::atoi(argv[5]));
     // Freed memory stays with the process, as in a long-running host: otherwise every decode on
     // either side pays the kernel to map and zero its buffers afresh.
     mallopt(M_TRIM_THRESHOLD, -1);
