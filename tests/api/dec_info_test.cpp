@@ -18,7 +18,7 @@ using kovra::test::SourceRecord;
 
 void *owned_block(uint32_t size) { return KOVRADALT_OsMalloc(size); }
 
-class EveryKind : public ::testing::TestWithParam<SourceKind> {};
+using EveryKind = kovra::test::SourceKindTest;
 
 TEST_P(EveryKind, CreationFillsTheSettingsAndAZeroedRest) {
     SourceRecord src(GetParam(), std::vector<uint8_t>(64, 1), KOVRADALT_FORMAT_RGBA32);
@@ -34,7 +34,7 @@ TEST_P(EveryKind, CreationFillsTheSettingsAndAZeroedRest) {
     EXPECT_EQ(src->io->size, 64);
 }
 
-INSTANTIATE_TEST_SUITE_P(Sources, EveryKind, ::testing::ValuesIn(kovra::test::kAllSourceKinds));
+KOVRA_INSTANTIATE_OVER_SOURCE_KINDS(EveryKind);
 
 TEST(CreateDecInfo, RefusalsKeepTheSourceLayersErrorWord) {
     uint8_t byte = 0;

@@ -142,7 +142,7 @@ TEST(ByteWindow, RunningTotalWrapsPastTwoGigabytes) {
     EXPECT_EQ(win.w.consumed_total, INT32_MIN + 89);
 }
 
-class WindowWalk : public ::testing::TestWithParam<SourceKind> {};
+using WindowWalk = kovra::test::SourceKindTest;
 
 // Consume a large image in uneven steps, asking for up to 300 bytes at a time (never more than
 // remain: a request past the end fails by design); every byte must match the source, and the
@@ -171,11 +171,6 @@ TEST_P(WindowWalk, HandsOutEveryByteInOrder) {
     EXPECT_EQ(DALTJ_CheckBuffer(&win.w, 1), DALTJ_WINDOW_FAILED);
 }
 
-INSTANTIATE_TEST_SUITE_P(EverySource, WindowWalk, ::testing::ValuesIn(kovra::test::kAllSourceKinds),
-                         [](const auto &info) {
-                             std::string name = kovra::test::source_kind_name(info.param);
-                             std::replace(name.begin(), name.end(), '-', '_');
-                             return name;
-                         });
+KOVRA_INSTANTIATE_OVER_SOURCE_KINDS(WindowWalk);
 
 }  // namespace

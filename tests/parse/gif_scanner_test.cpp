@@ -62,14 +62,14 @@ TEST(GifScannerDescriptor, OutOfLimitDescriptorsAreNotCountedAndScanningGoesOn) 
     EXPECT_EQ(scan(GifBuilder(8, 8).image(filler_image(5000, 5000, 5000, 5000)).trailer()).frame_count, 1u);
 }
 
-TEST(GifScannerDescriptor, LocalColourTableAndLongDataChainsAreSkipped) {
+using GifScannerEverySource = SourceKindTest;
+
+TEST_P(GifScannerEverySource, LocalColourTableAndLongDataChainsAreSkipped) {
     GifBuilder gif(8, 8);
     gif.image(filler_image(0, 0, 8, 8, 7, 300, 255)).image(filler_image(0, 0, 8, 8, 0, 2, 1)).trailer();
-    for (SourceKind kind : kAllSourceKinds) {
-        GifScan result = scan_gif(kind, gif.bytes());
-        EXPECT_EQ(result.type, 6) << source_kind_name(kind);
-        EXPECT_EQ(result.frame_count, 2u) << source_kind_name(kind);
-    }
+    GifScan result = scan_gif(GetParam(), gif.bytes());
+    EXPECT_EQ(result.type, 6);
+    EXPECT_EQ(result.frame_count, 2u);
 }
 
 TEST(GifScannerEnd, StreamWithoutTrailerEndingAtItsSizeIsAccepted) {
@@ -154,17 +154,15 @@ TEST(GifScannerDelays, SecondExtensionBeforeOneImageOverwritesItsSlotAndReplaces
     EXPECT_EQ(result.total_delay, 200u);
 }
 
-TEST(GifScannerDelays, SlotsNoExtensionEverWroteReadZero) {
+TEST_P(GifScannerEverySource, SlotsNoExtensionEverWroteReadZero) {
     // Three extensions before the first image leave gce_count ahead of the table; when the table
     // grows later, the slots of the images in between were never written and read as 0.
     GifBuilder gif(8, 8);
     gif.delay(10).delay(20).delay(30);
     gif.image(kFrame).image(kFrame).image(kFrame).delay(40).image(kFrame).trailer();
-    for (SourceKind kind : kAllSourceKinds) {
-        GifScan result = scan_gif(kind, gif.bytes(), 9);
-        EXPECT_EQ(result.delays, (Delays{300, 0, 0, 400})) << source_kind_name(kind);
-        EXPECT_EQ(result.total_delay, 700u) << source_kind_name(kind);
-    }
+    GifScan result = scan_gif(GetParam(), gif.bytes(), 9);
+    EXPECT_EQ(result.delays, (Delays{300, 0, 0, 400}));
+    EXPECT_EQ(result.total_delay, 700u);
 }
 
 TEST(GifScannerDelays, LastDelayIsForgottenAtEachDescriptor) {
@@ -237,14 +235,12 @@ TEST(GifScannerResync, ExtensionsOfEveryKnownLabelAreSkippedWhole) {
     EXPECT_EQ(scan(gif).type, 4);
 }
 
-TEST(GifScannerQuirks, EmptyFirstSubBlockMakesTheWindowForgetItsLastByte) {
+TEST_P(GifScannerEverySource, EmptyFirstSubBlockMakesTheWindowForgetItsLastByte) {
     // The image's terminator is the stream's last byte: after an empty comment it is never read,
     // so the image is not counted.
     GifBuilder forgetful(8, 8);
     forgetful.comment({}).image(kFrame);
-    for (SourceKind kind : kAllSourceKinds) {
-        EXPECT_EQ(scan_gif(kind, forgetful.bytes()).type, 0) << source_kind_name(kind);
-    }
+    EXPECT_EQ(scan_gif(GetParam(), forgetful.bytes()).type, 0);
     GifBuilder normal(8, 8);
     normal.extension(0xFE, {1}).image(kFrame);
     EXPECT_EQ(scan(normal).type, 4);
@@ -254,52 +250,46 @@ TEST(GifScannerQuirks, EmptyFirstSubBlockMakesTheWindowForgetItsLastByte) {
     EXPECT_EQ(scan(with_trailer).type, 4);
 }
 
-TEST(GifScannerTruncation, HeaderAndGlobalTableCutsGiveZero) {
+TEST_P(GifScannerEverySource, HeaderAndGlobalTableCutsGiveZero) {
     GifBuilder gif(8, 8, test_palette(8));
     gif.image(kFrame).trailer();
     for (size_t n : {size_t{3}, size_t{8}, size_t{12}, size_t{13 + 10}}) {
-        for (SourceKind kind : kAllSourceKinds) {
-            EXPECT_EQ(scan_gif(kind, gif.cut(n)).type, 0) << n << " bytes, " << source_kind_name(kind);
-        }
+        EXPECT_EQ(scan_gif(GetParam(), gif.cut(n)).type, 0) << n << " bytes";
     }
 }
 
-TEST(GifScannerTruncation, CutExtensionsFail) {
+TEST_P(GifScannerEverySource, CutExtensionsFail) {
     GifBuilder gce(8, 8);
     gce.image(kFrame).image(kFrame).delay(10);
     GifBuilder comment(8, 8);
     comment.image(kFrame).image(kFrame).extension(0xFE, {200});
-    for (SourceKind kind : kAllSourceKinds) {
-        // The graphic control's five data bytes cannot be had: 0 whatever came before.
-        GifScan cut_gce = scan_gif(kind, gce.cut(gce.size() - 3));
-        EXPECT_EQ(cut_gce.type, 0) << source_kind_name(kind);
-        EXPECT_EQ(cut_gce.frame_count, 0u) << source_kind_name(kind);
-        EXPECT_EQ(scan_gif(kind, comment.cut(comment.size() - 50)).type, 0) << source_kind_name(kind);
-    }
+    // The graphic control's five data bytes cannot be had: 0 whatever came before.
+    GifScan cut_gce = scan_gif(GetParam(), gce.cut(gce.size() - 3));
+    EXPECT_EQ(cut_gce.type, 0);
+    EXPECT_EQ(cut_gce.frame_count, 0u);
+    EXPECT_EQ(scan_gif(GetParam(), comment.cut(comment.size() - 50)).type, 0);
 }
 
-TEST(GifScannerTruncation, CutImagesEndTheScanWithTheFramesBefore) {
+TEST_P(GifScannerEverySource, CutImagesEndTheScanWithTheFramesBefore) {
     GifBuilder gif(8, 8);
     gif.image(kFrame).image(kFrame);
     const size_t two_frames = gif.size();
     gif.image(filler_image(0, 0, 8, 8, 3, 4, 50));
     const size_t descriptor_start = two_frames;
-    for (SourceKind kind : kAllSourceKinds) {
-        for (size_t n : {descriptor_start + 5, descriptor_start + 12, descriptor_start + 10 + 48,
-                         descriptor_start + 10 + 48 + 1, gif.size() - 20, gif.size() - 1}) {
-            GifScan result = scan_gif(kind, gif.cut(n));
-            EXPECT_EQ(result.type, 6) << n << " " << source_kind_name(kind);
-            EXPECT_EQ(result.frame_count, 2u) << n << " " << source_kind_name(kind);
-        }
+    for (size_t n : {descriptor_start + 5, descriptor_start + 12, descriptor_start + 10 + 48,
+                     descriptor_start + 10 + 48 + 1, gif.size() - 20, gif.size() - 1}) {
+        GifScan result = scan_gif(GetParam(), gif.cut(n));
+        EXPECT_EQ(result.type, 6) << n;
+        EXPECT_EQ(result.frame_count, 2u) << n;
     }
     // A GIF whose only image is cut short yields 0.
     GifBuilder single(8, 8);
     single.image(filler_image(0, 0, 8, 8, -1, 3, 50));
     EXPECT_EQ(scan(GifBuilder(single)).type, 4);
-    EXPECT_EQ(scan_gif(SourceKind::kMemory, single.cut(single.size() - 30)).type, 0);
+    EXPECT_EQ(scan_gif(GetParam(), single.cut(single.size() - 30)).type, 0);
 }
 
-TEST(GifScannerSources, EverySourceKindAgrees) {
+TEST_P(GifScannerEverySource, ScansStreamsLongerThanSeveralWindows) {
     GifBuilder gif(300, 200, test_palette(256));
     gif.extension(0xFF, {11, 3})
         .delay(5)
@@ -311,13 +301,11 @@ TEST(GifScannerSources, EverySourceKindAgrees) {
         .image(kFrame)
         .trailer();
     ASSERT_GT(gif.size(), 3u * 16384u);  // several window refills and seeks past the window
-    for (SourceKind kind : kAllSourceKinds) {
-        GifScan result = scan_gif(kind, gif.bytes(), 40);
-        EXPECT_EQ(result.type, 6) << source_kind_name(kind);
-        EXPECT_EQ(result.frame_count, 3u) << source_kind_name(kind);
-        EXPECT_EQ(result.delays, (Delays{50, 700, 40})) << source_kind_name(kind);
-        EXPECT_EQ(result.total_delay, 50u + 700u + 40u) << source_kind_name(kind);
-    }
+    GifScan result = scan_gif(GetParam(), gif.bytes(), 40);
+    EXPECT_EQ(result.type, 6);
+    EXPECT_EQ(result.frame_count, 3u);
+    EXPECT_EQ(result.delays, (Delays{50, 700, 40}));
+    EXPECT_EQ(result.total_delay, 50u + 700u + 40u);
 }
 
 TEST(GifScannerSources, NoInfoRecordStillScansWithoutLeaking) {
@@ -373,6 +361,8 @@ TEST(GifScannerAllocation, FailedDelayTableGivesZero) {
     EXPECT_EQ(KOVRADALT_SimpleParserGIF(source.record(), &info, 0), 6);
     KOVRADALT_OsFree(info.frame_delays);
 }
+
+KOVRA_INSTANTIATE_OVER_SOURCE_KINDS(GifScannerEverySource);
 
 }  // namespace
 }  // namespace kovra::test

@@ -39,7 +39,7 @@ const char *source_kind_name(SourceKind kind) {
         case SourceKind::kMemory: return "memory";
         case SourceKind::kFile: return "file";
         case SourceKind::kStream: return "stream";
-        case SourceKind::kOwnedMemory: return "owned-memory";
+        case SourceKind::kOwnedMemory: return "owned_memory";
     }
     return "?";
 }

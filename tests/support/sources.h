@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+#include <gtest/gtest.h>
+
 #include "kovra_decinfo.h"
 #include "support/temp_dir.h"
 
@@ -31,6 +33,13 @@ enum class SourceKind { kPath, kMemory, kFile, kStream, kOwnedMemory };
 const char *source_kind_name(SourceKind kind);
 inline constexpr SourceKind kAllSourceKinds[] = {SourceKind::kPath, SourceKind::kMemory, SourceKind::kFile,
                                                  SourceKind::kStream, SourceKind::kOwnedMemory};
+
+// Fixture of tests that run once per source kind: TEST_P over an alias of it, then
+// KOVRA_INSTANTIATE_OVER_SOURCE_KINDS(alias); each instance is named after its kind.
+class SourceKindTest : public ::testing::TestWithParam<SourceKind> {};
+#define KOVRA_INSTANTIATE_OVER_SOURCE_KINDS(suite)                                                   \
+    INSTANTIATE_TEST_SUITE_P(EverySource, suite, ::testing::ValuesIn(::kovra::test::kAllSourceKinds), \
+                             [](const auto &info) { return std::string(::kovra::test::source_kind_name(info.param)); })
 
 // Owns a KOVRADALT_DecInfo over `bytes` through one source kind and whatever the kind needs
 // (a temporary file, an open FILE, the memory, the stream). record() is null if creation failed.
