@@ -24,24 +24,23 @@ TiffResult tiff_of(SourceKind kind, const Bytes &file) {
     return {result, info.jpeg_offset};
 }
 
-TEST(TiffReader, HeaderAndLengthChecks) {
+using TiffReaderEverySource = SourceKindTest;
+
+TEST_P(TiffReaderEverySource, HeaderAndLengthChecks) {
     TiffBuilder t(true);
     t.set_ifd0(t.add_ifd({t.long_entry(kJpegOffset, 1234)}));
-    for (SourceKind kind : kAllSourceKinds) {
-        SCOPED_TRACE(source_kind_name(kind));
-        EXPECT_EQ(tiff_of(kind, t.bytes()).result, 1);
-        EXPECT_EQ(tiff_of(kind, t.bytes()).jpeg_offset, 1234u);
-        Bytes mixed = t.bytes();
-        mixed[1] = 'M';
-        EXPECT_EQ(tiff_of(kind, mixed).result, 0);
-        Bytes big_tiff = t.bytes();
-        big_tiff[2] = 43;
-        EXPECT_EQ(tiff_of(kind, big_tiff).result, 0);
-        Bytes beyond = t.bytes();
-        beyond[4] = static_cast<uint8_t>(beyond.size());
-        EXPECT_EQ(tiff_of(kind, beyond).result, 0);
-        EXPECT_EQ(tiff_of(kind, Bytes(t.bytes().begin(), t.bytes().begin() + 7)).result, 0);
-    }
+    EXPECT_EQ(tiff_of(GetParam(), t.bytes()).result, 1);
+    EXPECT_EQ(tiff_of(GetParam(), t.bytes()).jpeg_offset, 1234u);
+    Bytes mixed = t.bytes();
+    mixed[1] = 'M';
+    EXPECT_EQ(tiff_of(GetParam(), mixed).result, 0);
+    Bytes big_tiff = t.bytes();
+    big_tiff[2] = 43;
+    EXPECT_EQ(tiff_of(GetParam(), big_tiff).result, 0);
+    Bytes beyond = t.bytes();
+    beyond[4] = static_cast<uint8_t>(beyond.size());
+    EXPECT_EQ(tiff_of(GetParam(), beyond).result, 0);
+    EXPECT_EQ(tiff_of(GetParam(), Bytes(t.bytes().begin(), t.bytes().begin() + 7)).result, 0);
 }
 
 TEST(TiffReader, EmptyWindowAnswers201) {
@@ -67,14 +66,11 @@ Bytes tiff_with_sub_ifds(bool little) {
     return t.bytes();
 }
 
-TEST(TiffReader, FirstSubIfdIsWalkedAfterIfd0sOwnEntries) {
+TEST_P(TiffReaderEverySource, FirstSubIfdIsWalkedAfterIfd0sOwnEntries) {
     for (bool little : {true, false}) {
-        for (SourceKind kind : kAllSourceKinds) {
-            SCOPED_TRACE(source_kind_name(kind));
-            const TiffResult r = tiff_of(kind, tiff_with_sub_ifds(little));
-            EXPECT_EQ(r.result, 1);
-            EXPECT_EQ(r.jpeg_offset, 4444u);
-        }
+        const TiffResult r = tiff_of(GetParam(), tiff_with_sub_ifds(little));
+        EXPECT_EQ(r.result, 1);
+        EXPECT_EQ(r.jpeg_offset, 4444u);
     }
 }
 
@@ -103,14 +99,11 @@ Bytes nested_sub_ifds(int depth) {
     return t.bytes();
 }
 
-TEST(TiffReader, NestedSubIfdsAreFollowedToTheBottom) {
+TEST_P(TiffReaderEverySource, NestedSubIfdsAreFollowedToTheBottom) {
     for (int depth : {1, 2, 9, 40}) {
-        for (SourceKind kind : kAllSourceKinds) {
-            SCOPED_TRACE(source_kind_name(kind));
-            const TiffResult r = tiff_of(kind, nested_sub_ifds(depth));
-            EXPECT_EQ(r.result, 1);
-            EXPECT_EQ(r.jpeg_offset, 9000u + static_cast<uint32_t>(depth)) << "depth " << depth;
-        }
+        const TiffResult r = tiff_of(GetParam(), nested_sub_ifds(depth));
+        EXPECT_EQ(r.result, 1);
+        EXPECT_EQ(r.jpeg_offset, 9000u + static_cast<uint32_t>(depth)) << "depth " << depth;
     }
 }
 
@@ -128,14 +121,11 @@ Bytes looping_sub_ifds(bool through_second, uint32_t padding) {
     return t.bytes();
 }
 
-TEST(TiffReader, LoopingSubIfdsEndWithinTheDataBudget) {
+TEST_P(TiffReaderEverySource, LoopingSubIfdsEndWithinTheDataBudget) {
     for (bool through_second : {false, true}) {
-        for (SourceKind kind : kAllSourceKinds) {
-            SCOPED_TRACE(source_kind_name(kind));
-            const TiffResult r = tiff_of(kind, looping_sub_ifds(through_second, 0));
-            EXPECT_EQ(r.result, 1);
-            EXPECT_EQ(r.jpeg_offset, 0u);  // the budget runs out before any 513 entry is reached
-        }
+        const TiffResult r = tiff_of(GetParam(), looping_sub_ifds(through_second, 0));
+        EXPECT_EQ(r.result, 1);
+        EXPECT_EQ(r.jpeg_offset, 0u);  // the budget runs out before any 513 entry is reached
     }
 }
 
@@ -193,7 +183,7 @@ TEST(TiffReader, DirectWalkOfTheIfdAtTheStartOfTheWindow) {
     EXPECT_EQ(walk_ifd_at(ifd_at_start(kSubIfds, DALTJ_TIFF_LONG, 2, 20), 0, 32).result, 0);
 }
 
-TEST(TiffReader, AWindowIfdReadsNothingPastTheSource) {
+TEST_P(TiffReaderEverySource, AWindowIfdReadsNothingPastTheSource) {
     // The sub-IFD is the file's last bytes and claims 9 entries: 8 of them lie past the source,
     // though within the length, and read as zeros on every kind.
     TiffBuilder t(true);
@@ -204,29 +194,23 @@ TEST(TiffReader, AWindowIfdReadsNothingPastTheSource) {
     t.put32(list, sub);
     t.put16(sub, 9);
     ASSERT_LE(2 + 12 * 9, t.size());
-    for (SourceKind kind : kAllSourceKinds) {
-        SCOPED_TRACE(source_kind_name(kind));
-        EXPECT_EQ(tiff_of(kind, t.bytes()).jpeg_offset, 77u);
-    }
+    EXPECT_EQ(tiff_of(GetParam(), t.bytes()).jpeg_offset, 77u);
 }
 
-TEST(TiffReader, Ifd0BeyondTheWindowBufferIsReadFromMemorySources) {
+TEST_P(TiffReaderEverySource, Ifd0BeyondTheWindowBufferIsReadFromMemorySources) {
     // IFD0 past the first 16384 bytes. A memory window is a view of the whole source, so IFD0's
     // entry count and entries are read there; a file or stream window holds only the 16384 bytes
     // of its buffer, so the count reads as 0 and IFD0 is empty.
     TiffBuilder t(true);
     t.pad_to(20000);
     t.set_ifd0(t.add_ifd({t.long_entry(kJpegOffset, 42)}));
-    for (SourceKind kind : kAllSourceKinds) {
-        SCOPED_TRACE(source_kind_name(kind));
-        const TiffResult r = tiff_of(kind, t.bytes());
-        const bool memory = kind == SourceKind::kMemory || kind == SourceKind::kOwnedMemory;
-        EXPECT_EQ(r.result, 1);
-        EXPECT_EQ(r.jpeg_offset, memory ? 42u : 0u);
-    }
+    const TiffResult r = tiff_of(GetParam(), t.bytes());
+    const bool memory = GetParam() == SourceKind::kMemory || GetParam() == SourceKind::kOwnedMemory;
+    EXPECT_EQ(r.result, 1);
+    EXPECT_EQ(r.jpeg_offset, memory ? 42u : 0u);
 }
 
-TEST(TiffReader, AfterADescentTheParentReadsTheReloadedWindow) {
+TEST_P(TiffReaderEverySource, AfterADescentTheParentReadsTheReloadedWindow) {
     // IFD0 -> sub-IFD A -> sub-IFD B. A is the IFD at the start of the window, and the descent
     // into B reloads the window with B's bytes: A's remaining entries are read from there, for
     // every source kind. A's third entry (513 = 1111) is thus never seen; the entry 26 bytes after
@@ -247,10 +231,7 @@ TEST(TiffReader, AfterADescentTheParentReadsTheReloadedWindow) {
     const uint32_t list_a = t.add_bytes(Bytes(8, 0));
     t.put32(list_a, a);
     t.set_ifd0(t.add_ifd({t.offset_entry(kSubIfds, DALTJ_TIFF_LONG, 2, list_a)}));
-    for (SourceKind kind : kAllSourceKinds) {
-        SCOPED_TRACE(source_kind_name(kind));
-        EXPECT_EQ(tiff_of(kind, t.bytes()).jpeg_offset, 3333u);
-    }
+    EXPECT_EQ(tiff_of(GetParam(), t.bytes()).jpeg_offset, 3333u);
 }
 
 TEST(TiffReader, AllocationFailuresDoNotLeak) {
@@ -262,6 +243,8 @@ TEST(TiffReader, AllocationFailuresDoNotLeak) {
         read_tiff(source.record(), &info);
     }
 }
+
+KOVRA_INSTANTIATE_OVER_SOURCE_KINDS(TiffReaderEverySource);
 
 }  // namespace
 }  // namespace kovra::test
