@@ -187,10 +187,9 @@ TEST(ExifRecord, EveryFieldFromAnApp1SegmentInBothByteOrders) {
         SCOPED_TRACE(little ? "II" : "MM");
         const Bytes tiff = complete_exif(little);
         const Bytes app1 = exif_segment(tiff);
-        DALTJ_ExifInfo *info = DALTJ_CreatExifInfoUseExifBuffer(app1.data(), static_cast<uint32_t>(app1.size()));
-        ASSERT_NE(info, nullptr);
-        expect_complete_record(*info, 10 + thumbnail_offset_in(tiff));
-        release_exif_info(info);
+        ExifRecord info(DALTJ_CreatExifInfoUseExifBuffer(app1.data(), static_cast<uint32_t>(app1.size())));
+        ASSERT_NE(info.get(), nullptr);
+        expect_complete_record(*info.get(), 10 + thumbnail_offset_in(tiff));
     }
 }
 
@@ -227,9 +226,9 @@ Bytes tiff_with(bool little, Make &&make) {
     return t.bytes();
 }
 
-DALTJ_ExifInfo *from_tiff(const Bytes &tiff) {
+ExifRecord from_tiff(const Bytes &tiff) {
     const Bytes app1 = exif_segment(tiff);
-    return DALTJ_CreatExifInfoUseExifBuffer(app1.data(), static_cast<uint32_t>(app1.size()));
+    return ExifRecord(DALTJ_CreatExifInfoUseExifBuffer(app1.data(), static_cast<uint32_t>(app1.size())));
 }
 
 TEST(ExifRules, DateTimeNeedsExactlyTwentyBytes) {
@@ -240,13 +239,12 @@ TEST(ExifRules, DateTimeNeedsExactlyTwentyBytes) {
                                          t.offset_entry(36868, DALTJ_TIFF_ASCII, 20, date)});
         return std::vector<TiffBuilder::Entry>{t.long_entry(34665, exif)};
     });
-    DALTJ_ExifInfo *info = from_tiff(tiff);
-    ASSERT_NE(info, nullptr);
+    ExifRecord info = from_tiff(tiff);
+    ASSERT_NE(info.get(), nullptr);
     EXPECT_EQ(info->date_time_original, nullptr);
     ASSERT_NE(info->date_time_digitized, nullptr);
     EXPECT_STREQ(info->date_time_digitized, "2021:06:30 12:34:56");
     EXPECT_EQ(info->date_time_digitized[19], '\0');
-    release_exif_info(info);
 }
 
 TEST(ExifRules, TypeAndCountMustBeThoseOfTheTable) {
@@ -260,15 +258,14 @@ TEST(ExifRules, TypeAndCountMustBeThoseOfTheTable) {
         return std::vector<TiffBuilder::Entry>{t.long_entry(274, 3), t.offset_entry(258, DALTJ_TIFF_SHORT, 1, 8),
                                                t.long_entry(34665, exif)};
     });
-    DALTJ_ExifInfo *info = from_tiff(tiff);
-    ASSERT_NE(info, nullptr);
+    ExifRecord info = from_tiff(tiff);
+    ASSERT_NE(info.get(), nullptr);
     EXPECT_EQ(info->iso_speed, 0u);
     EXPECT_EQ(info->flash, 0u);
     EXPECT_EQ(info->exif_version, nullptr);
     EXPECT_EQ(info->exposure_time.denominator, 0u);
     EXPECT_EQ(info->orientation, 0u);
     EXPECT_EQ(info->bits_per_sample[0], 0u);
-    release_exif_info(info);
 }
 
 TEST(ExifRules, IsoSpeedIsTheDecodedValue) {
@@ -277,10 +274,9 @@ TEST(ExifRules, IsoSpeedIsTheDecodedValue) {
         const uint32_t exif = t.add_ifd({t.offset_entry(34855, DALTJ_TIFF_SHORT, 3, values)});
         return std::vector<TiffBuilder::Entry>{t.long_entry(34665, exif)};
     });
-    DALTJ_ExifInfo *info = from_tiff(tiff);
-    ASSERT_NE(info, nullptr);
+    ExifRecord info = from_tiff(tiff);
+    ASSERT_NE(info.get(), nullptr);
     EXPECT_EQ(info->iso_speed, 8u);  // where the three values lie, not the first value
-    release_exif_info(info);
 }
 
 // IFD0 pointing at a sub-IFD that names a successor, then more IFD0 fields, then IFD1.
@@ -296,8 +292,8 @@ Bytes sub_ifd_with_successor(uint16_t pointer_tag) {
 
 TEST(ExifRules, SubIfdClaimingASuccessorEndsIfd0AndSkipsTheThumbnail) {
     for (uint16_t pointer : {uint16_t{34665}, uint16_t{34853}}) {
-        DALTJ_ExifInfo *info = from_tiff(sub_ifd_with_successor(pointer));
-        ASSERT_NE(info, nullptr);
+        ExifRecord info = from_tiff(sub_ifd_with_successor(pointer));
+        ASSERT_NE(info.get(), nullptr);
         EXPECT_EQ(info->compression, 6u);   // before the pointer
         EXPECT_EQ(info->orientation, 0u);   // after it: not read
         EXPECT_EQ(info->thumbnail.present, 0u);
@@ -309,7 +305,6 @@ TEST(ExifRules, SubIfdClaimingASuccessorEndsIfd0AndSkipsTheThumbnail) {
             ASSERT_NE(info->gps, nullptr);
             EXPECT_EQ(info->gps->altitude_ref, 0u);  // BYTE tag given as SHORT: not read
         }
-        release_exif_info(info);
     }
 }
 
@@ -318,10 +313,8 @@ TEST(ExifRules, ThumbnailCompressionFollowsTheLastOf259And279And514) {
         TiffBuilder t(false);
         const uint32_t ifd1 = t.add_ifd(entries(t));
         t.set_ifd0(t.add_ifd({t.short_entry(274, 1)}, ifd1));
-        DALTJ_ExifInfo *info = from_tiff(t.bytes());
-        DALTJ_ThumbnailInfo thumb = info != nullptr ? info->thumbnail : DALTJ_ThumbnailInfo{};
-        release_exif_info(info);
-        return thumb;
+        ExifRecord info = from_tiff(t.bytes());
+        return info.get() != nullptr ? info->thumbnail : DALTJ_ThumbnailInfo{};
     };
     DALTJ_ThumbnailInfo strips = thumbnail_of([](TiffBuilder &t) {
         return std::vector<TiffBuilder::Entry>{t.short_entry(259, 1), t.long_entry(273, 500), t.long_entry(279, 4800)};
@@ -346,22 +339,20 @@ TEST(ExifRules, ThumbnailOffsetOutsideTheDataKeepsTheIfdSize) {
     const uint32_t ifd1 = t.add_ifd({t.short_entry(256, 80), t.short_entry(257, 60), t.long_entry(513, 0xFFFFFFF0u),
                                      t.long_entry(514, 5000)});
     t.set_ifd0(t.add_ifd({}, ifd1));
-    DALTJ_ExifInfo *info = from_tiff(t.bytes());
-    ASSERT_NE(info, nullptr);
+    ExifRecord info = from_tiff(t.bytes());
+    ASSERT_NE(info.get(), nullptr);
     EXPECT_EQ(info->thumbnail.width, 80u);
     EXPECT_EQ(info->thumbnail.height, 60u);
     EXPECT_EQ(info->thumbnail.data_offset, 0xFFFFFFF0u + 10);
-    release_exif_info(info);
 }
 
 TEST(ExifRules, BigEndianHeaderWithAnEmptyIfd0StillGivesARecord) {
     const Bytes tiff{'M', 'M', 0, 42, 0, 0, 0, 8, 0, 0, 0, 0, 0, 0};
-    DALTJ_ExifInfo *info = from_tiff(tiff);
-    ASSERT_NE(info, nullptr);
+    ExifRecord info = from_tiff(tiff);
+    ASSERT_NE(info.get(), nullptr);
     EXPECT_EQ(info->make, nullptr);
     EXPECT_EQ(info->gps, nullptr);
     EXPECT_EQ(info->thumbnail.present, 0u);
-    release_exif_info(info);
 }
 
 TEST(ExifRules, EmptyStringsAndBlocksAreAllocated) {
@@ -370,15 +361,14 @@ TEST(ExifRules, EmptyStringsAndBlocksAreAllocated) {
                                         t.inline_entry(27, DALTJ_TIFF_UNDEFINED, 0, {})});
         return std::vector<TiffBuilder::Entry>{t.inline_entry(271, DALTJ_TIFF_ASCII, 0, {}), t.long_entry(34853, gps)};
     });
-    DALTJ_ExifInfo *info = from_tiff(tiff);
-    ASSERT_NE(info, nullptr);
+    ExifRecord info = from_tiff(tiff);
+    ASSERT_NE(info.get(), nullptr);
     ASSERT_NE(info->make, nullptr);
     EXPECT_STREQ(info->make, "");
     ASSERT_NE(info->gps, nullptr);
     ASSERT_NE(info->gps->map_datum, nullptr);
     EXPECT_STREQ(info->gps->map_datum, "");
     EXPECT_NE(info->gps->processing_method, nullptr);
-    release_exif_info(info);
 }
 
 TEST(ExifRules, RepeatedTagsReplaceEarlierCopiesWithoutLeaking) {
@@ -390,13 +380,12 @@ TEST(ExifRules, RepeatedTagsReplaceEarlierCopiesWithoutLeaking) {
             t.offset_entry(271, DALTJ_TIFF_ASCII, 11, first), t.long_entry(34853, gps_a),
             t.inline_entry(271, DALTJ_TIFF_ASCII, 3, {'L', 'a', 0}), t.long_entry(34853, gps_b)};
     });
-    DALTJ_ExifInfo *info = from_tiff(tiff);
-    ASSERT_NE(info, nullptr);
+    ExifRecord info = from_tiff(tiff);
+    ASSERT_NE(info.get(), nullptr);
     EXPECT_STREQ(info->make, "La");
     ASSERT_NE(info->gps, nullptr);
     EXPECT_EQ(info->gps->map_datum, nullptr);  // a fresh GPS record for the second pointer
     EXPECT_STREQ(info->gps->latitude_ref, "S");
-    release_exif_info(info);
 }
 
 TEST(ExifRules, EachExifPointerCountsAsIfItsIfdWereWalkedInTurn) {
@@ -517,30 +506,27 @@ TEST(ExifRules, ValuesAndPointersOutsideTheDataAreIgnored) {
             t.offset_entry(271, DALTJ_TIFF_ASCII, 40, 0x7FFFFFF0u), t.offset_entry(282, DALTJ_TIFF_RATIONAL, 1, 0xFFFFFFFCu),
             t.long_entry(34665, 0xFFFFFFFFu), t.long_entry(34853, 100000)};
     });
-    DALTJ_ExifInfo *info = from_tiff(tiff);
-    ASSERT_NE(info, nullptr);
+    ExifRecord info = from_tiff(tiff);
+    ASSERT_NE(info.get(), nullptr);
     EXPECT_EQ(info->make, nullptr);
     EXPECT_EQ(info->x_resolution.denominator, 0u);
     ASSERT_NE(info->gps, nullptr);  // made before its IFD was found not to fit
     EXPECT_EQ(info->gps->latitude_ref[0], '\0');
-    release_exif_info(info);
 }
 
 TEST(ExifRules, AllocationFailuresLeaveAPartialRecordAndNoLeak) {
     const Bytes app1 = exif_segment(complete_exif(true));
     bool completed = false;
     for (long allowed = 0; !completed; ++allowed) {
-        DALTJ_ExifInfo *info = nullptr;
-        {
+        ExifRecord info([&] {
             AllocationFailure failure(allowed);
-            info = DALTJ_CreatExifInfoUseExifBuffer(app1.data(), static_cast<uint32_t>(app1.size()));
-        }
+            return DALTJ_CreatExifInfoUseExifBuffer(app1.data(), static_cast<uint32_t>(app1.size()));
+        }());
         if (allowed == 0) {
-            EXPECT_EQ(info, nullptr);
+            EXPECT_EQ(info.get(), nullptr);
         }
-        completed = info != nullptr && info->gps != nullptr && info->gps->processing_method != nullptr &&
+        completed = info.get() != nullptr && info->gps != nullptr && info->gps->processing_method != nullptr &&
                     info->rights_notice != nullptr;
-        release_exif_info(info);
         ASSERT_LT(allowed, 100);
     }
 }
@@ -744,10 +730,8 @@ TEST(JpegResolution, FailuresAnswer201) {
 TEST(CreatFromBuffer, SegmentChecks) {
     const Bytes app1 = exif_segment(small_exif());
     const auto create = [](const Bytes &b, size_t length) {
-        DALTJ_ExifInfo *info = DALTJ_CreatExifInfoUseExifBuffer(b.data(), static_cast<uint32_t>(length));
-        const bool made = info != nullptr;
-        release_exif_info(info);
-        return made;
+        ExifRecord info(DALTJ_CreatExifInfoUseExifBuffer(b.data(), static_cast<uint32_t>(length)));
+        return info.get() != nullptr;
     };
     EXPECT_TRUE(create(app1, app1.size()));
     EXPECT_FALSE(create(app1, app1.size() - 1));  // L + 2 must fit in the buffer

@@ -18,14 +18,23 @@ using Bytes = std::vector<uint8_t>;
 using kovra::exif::release_exif_fields;
 using kovra::exif::release_exif_info;
 
-// A zero-filled record on the test's stack that releases what it owns.
+// The tests' one owner of a metadata record: it releases the record and everything the readers
+// allocated in it. Default-constructed it is a zero-filled `info` for the readers that fill the
+// caller's record; constructed from what DALTJ_CreatExifInfoUseExifBuffer returned, it owns that
+// (null stays null).
 struct ExifRecord {
     DALTJ_ExifInfo info{};
     ExifRecord() = default;
+    explicit ExifRecord(DALTJ_ExifInfo *created) : created_(created), from_library_(true) {}
     ExifRecord(const ExifRecord &) = delete;
     ExifRecord &operator=(const ExifRecord &) = delete;
-    ~ExifRecord() { release_exif_fields(&info); }
-    DALTJ_ExifInfo *operator->() { return &info; }
+    ~ExifRecord() { from_library_ ? release_exif_info(created_) : release_exif_fields(&info); }
+    DALTJ_ExifInfo *get() { return from_library_ ? created_ : &info; }
+    DALTJ_ExifInfo *operator->() { return get(); }
+
+private:
+    DALTJ_ExifInfo *created_ = nullptr;
+    bool from_library_ = false;
 };
 
 // Every field of a record as text (strings as C strings, blocks in hex), for comparing records.
