@@ -35,15 +35,14 @@
 #include <string>
 #include <vector>
 
-extern "C" {
-#include <jpeglib.h>
-}
-
 #include "jpeg_host.h"
+#include "libjpeg_peer.h"
 
 namespace {
 
 using namespace kovra::jpeg_host;
+using kovra::jpeg_road::Peer;
+using kovra::jpeg_road::start_like_the_road;
 
 constexpr double kLargePhoto = 2e6;  // source pixels from which a file counts as a large photo
 constexpr double kSmallest = 16384;  // smaller images time call overhead, not decoding
@@ -69,40 +68,11 @@ double fastest(const std::function<void()> &work) {
     return best;
 }
 
-// A libjpeg-turbo decompressor over bytes in memory whose errors jump back to its user.
-struct Peer {
-    jpeg_decompress_struct cinfo{};
-    jpeg_error_mgr err{};
-    jmp_buf jump{};
-    explicit Peer(const std::vector<uint8_t> &bytes) {
-        cinfo.err = jpeg_std_error(&err);
-        err.error_exit = [](j_common_ptr c) { longjmp(static_cast<Peer *>(c->client_data)->jump, 1); };
-        err.output_message = [](j_common_ptr) {};
-        cinfo.client_data = this;
-        jpeg_create_decompress(&cinfo);
-        jpeg_mem_src(&cinfo, bytes.data(), static_cast<unsigned long>(bytes.size()));
-    }
-    ~Peer() { jpeg_destroy_decompress(&cinfo); }
-};
-
-// libjpeg-turbo's decompressor set up as both its timings use it: 1/denominator to RGBA, JDCT_IFAST,
-// no fancy upsampling, no block smoothing.
-void peer_start(Peer &p, int denominator) {
-    jpeg_read_header(&p.cinfo, TRUE);
-    p.cinfo.dct_method = JDCT_IFAST;
-    p.cinfo.do_fancy_upsampling = FALSE;
-    p.cinfo.do_block_smoothing = FALSE;
-    p.cinfo.out_color_space = JCS_EXT_RGBA;
-    p.cinfo.scale_num = 1;
-    p.cinfo.scale_denom = static_cast<unsigned>(denominator);
-    jpeg_start_decompress(&p.cinfo);
-}
-
 // libjpeg-turbo's whole decode into `pixels`; false on an error or a warning.
 bool peer_decode(const std::vector<uint8_t> &bytes, int denominator, std::vector<uint8_t> &pixels) {
     Peer p(bytes);
     if (setjmp(p.jump)) return false;
-    peer_start(p, denominator);
+    start_like_the_road(p, denominator, JCS_EXT_RGBA);
     const size_t stride = size_t{p.cinfo.output_width} * 4;
     pixels.resize(stride * p.cinfo.output_height);
     while (p.cinfo.output_scanline < p.cinfo.output_height) {
@@ -121,7 +91,7 @@ bool peer_decode(const std::vector<uint8_t> &bytes, int denominator, std::vector
 bool peer_entropy_only(const std::vector<uint8_t> &bytes, int denominator, std::vector<uint8_t> &pixels) {
     Peer p(bytes);
     if (setjmp(p.jump)) return false;
-    peer_start(p, denominator);
+    start_like_the_road(p, denominator, JCS_EXT_RGBA);
     pixels.resize(size_t{p.cinfo.output_width} * 4);
     jpeg_skip_scanlines(&p.cinfo, p.cinfo.output_height - 1);
     JSAMPROW row = pixels.data();

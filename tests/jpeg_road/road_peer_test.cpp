@@ -24,40 +24,21 @@ extern "C" {
 }
 
 #include "jpeg_host.h"
+#include "libjpeg_peer.h"
 #include "multipliers.h"
 #include "support/corpus.h"
 
 namespace {
 
 using namespace kovra::jpeg_host;
-
-struct Peer {
-    jpeg_decompress_struct cinfo{};
-    jpeg_error_mgr err{};
-    jmp_buf jump{};
-    explicit Peer(const std::vector<uint8_t> &bytes) {
-        cinfo.err = jpeg_std_error(&err);
-        err.error_exit = [](j_common_ptr c) { longjmp(static_cast<Peer *>(c->client_data)->jump, 1); };
-        err.output_message = [](j_common_ptr) {};
-        cinfo.client_data = this;
-        jpeg_create_decompress(&cinfo);
-        jpeg_mem_src(&cinfo, bytes.data(), static_cast<unsigned long>(bytes.size()));
-    }
-    ~Peer() { jpeg_destroy_decompress(&cinfo); }
-};
+using kovra::jpeg_road::Peer;
+using kovra::jpeg_road::start_like_the_road;
 
 // libjpeg-turbo's decode at 1/denominator into `space` (interleaved). False on an error or a warning.
 bool peer_decode(const std::vector<uint8_t> &bytes, int denominator, J_COLOR_SPACE space, Picture &out) {
     Peer p(bytes);
     if (setjmp(p.jump)) return false;
-    jpeg_read_header(&p.cinfo, TRUE);
-    p.cinfo.dct_method = JDCT_IFAST;
-    p.cinfo.do_fancy_upsampling = FALSE;
-    p.cinfo.do_block_smoothing = FALSE;
-    p.cinfo.out_color_space = space;
-    p.cinfo.scale_num = 1;
-    p.cinfo.scale_denom = static_cast<unsigned>(denominator);
-    jpeg_start_decompress(&p.cinfo);
+    start_like_the_road(p, denominator, space);
     out.width = p.cinfo.output_width;
     out.height = p.cinfo.output_height;
     const size_t stride = size_t{out.width} * p.cinfo.output_components;
