@@ -15,7 +15,8 @@
 // all the files' megapixels over the sum of their times.
 //
 // A second table times the road on two threads against one on the large photos (2 megapixels
-// and more), at full size.
+// and more), at full size, with the cores the two-thread decode had (process CPU time over wall
+// time across ten more runs): on a loaded machine a speedup means little without it.
 //
 //     road_bench [corpus folder]     (default: the build's corpus; KOVRA_CORPUS_DIR overrides)
 //     road_bench --profile FILE THREADS DENOMINATOR REPEATS
@@ -27,6 +28,7 @@
 #include <csetjmp>
 #include <cstdio>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -195,9 +197,25 @@ void compare_with_peer(std::vector<File> &files) {
                 totalPixels / roadTime[1], totalPixels / peerTime[1], peerTime[1] / roadTime[1]);
 }
 
+// Process CPU time over wall time while `work` runs `runs` times: about 2 when both threads of a
+// two-thread decode had a core to themselves, about 1 when they had to take turns on one.
+double cores_used(const std::function<void()> &work, int runs) {
+    const auto cpu = [] {
+        timespec t{};
+        clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &t);
+        return double(t.tv_sec) + double(t.tv_nsec) * 1e-9;
+    };
+    const auto wallStart = std::chrono::steady_clock::now();
+    const double cpuStart = cpu();
+    for (int i = 0; i < runs; ++i) work();
+    const double wall = std::chrono::duration<double>(std::chrono::steady_clock::now() - wallStart).count();
+    return (cpu() - cpuStart) / wall;
+}
+
 void compare_threads(std::vector<File> &files) {
     std::printf("The road on two threads against one, full size, files of %.0f megapixels and more\n", kLargePhoto / 1e6);
-    std::printf("%-44s %6s %-9s | %9s %9s %7s\n", "file", "MP", "sampling", "1 thread", "2 threads", "speedup");
+    std::printf("%-44s %6s %-9s | %9s %9s %7s %6s\n", "file", "MP", "sampling", "1 thread", "2 threads", "speedup",
+                "cores");
     GeoMean one, two, speedup;
     Picture picture;
     for (File &f : files) {
@@ -205,9 +223,10 @@ void compare_threads(std::vector<File> &files) {
         const double mp = f.pixels / 1e6;
         const double single = fastest([&] { road_decodes(f.jpeg, 1, 1, picture); });
         const double dual = fastest([&] { road_decodes(f.jpeg, 2, 1, picture); });
+        const double cores = cores_used([&] { road_decodes(f.jpeg, 2, 1, picture); }, 10);
         one.add(mp / single), two.add(mp / dual), speedup.add(single / dual);
-        std::printf("%-44s %6.2f %-9s | %9.1f %9.1f %7.2f\n", f.name.c_str(), mp, sampling(f.jpeg.description()).c_str(),
-                    mp / single, mp / dual, single / dual);
+        std::printf("%-44s %6.2f %-9s | %9.1f %9.1f %7.2f %6.2f\n", f.name.c_str(), mp, sampling(f.jpeg.description()).c_str(),
+                    mp / single, mp / dual, single / dual, cores);
     }
     std::printf("%-44s %6s %-9s | %9.1f %9.1f %7.2f   (geometric means over %d files)\n", "geometric mean", "", "",
                 one.value(), two.value(), speedup.value(), one.count);
