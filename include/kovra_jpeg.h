@@ -525,19 +525,14 @@ typedef struct DALTJ_DualDecodeShared {
     uint32_t mcuRowsDone;
     uint32_t windowFilePosition; /* the input position where the byte window's data ends */
     uint32_t windowBytesLeft;  /* the byte window's avail */
-    uint32_t bitBuffer;
-    int32_t bitsLeft;
-    uint32_t bitReaderWord;
-    int32_t lastDc[4];
-    uint32_t eobRun;
+    DALTJ_HuffState huffState;  /* the publisher's bit-reader and Huffman state */
     uint32_t entropyCounter;
     uint16_t markerByte;
 } DALTJ_DualDecodeShared;
 /* The mutex takes six words on the 32-bit target. */
 KOVRA_ASSERT_WORD(DALTJ_DualDecodeShared, callCount, 6);
 KOVRA_ASSERT_WORD(DALTJ_DualDecodeShared, outY, 9);
-KOVRA_ASSERT_WORD(DALTJ_DualDecodeShared, bitBuffer, 13);
-KOVRA_ASSERT_WORD(DALTJ_DualDecodeShared, lastDc, 16);
+KOVRA_ASSERT_WORD(DALTJ_DualDecodeShared, huffState, 13);
 KOVRA_ASSERT_WORD(DALTJ_DualDecodeShared, markerByte, 22);
 
 typedef struct DALTJ_DualDecodeArgs {

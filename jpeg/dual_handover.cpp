@@ -70,18 +70,13 @@ bool can_hand_over(const DALTJ_DecoderInfo *ctx) {
 }
 
 void publish_state(const DALTJ_DecoderInfo *ctx, uint32_t callCount, DALTJ_DualDecodeShared *shared) {
-    const DALTJ_HuffState &huff = *ctx->huffState;
     shared->callCount = callCount;
     shared->outputRow = ctx->outputRow;
     shared->resizeMcuRow = ctx->resizeMcuRow;
     shared->mcuRowsDone = ctx->mcuRowsDone;
     shared->windowFilePosition = static_cast<uint32_t>(ctx->io->position);
     shared->windowBytesLeft = static_cast<uint32_t>(ctx->byteWindow->avail);
-    shared->bitBuffer = huff.bitBuffer;
-    shared->bitsLeft = huff.bitsLeft;
-    shared->bitReaderWord = huff.bitReaderWord;
-    std::memcpy(shared->lastDc, huff.lastDc, sizeof shared->lastDc);
-    shared->eobRun = huff.eobRun;
+    shared->huffState = *ctx->huffState;
     shared->entropyCounter = ctx->entropyCounter;
     shared->markerByte = ctx->bitReader->pendingMarker;
     shared->outY = ctx->outY;
@@ -89,12 +84,7 @@ void publish_state(const DALTJ_DecoderInfo *ctx, uint32_t callCount, DALTJ_DualD
 
 bool adopt_state(DALTJ_DecoderInfo *ctx, const DALTJ_DualDecodeShared *shared) {
     if (!adopt_window(ctx, shared)) return false;
-    DALTJ_HuffState &huff = *ctx->huffState;
-    huff.bitBuffer = shared->bitBuffer;
-    huff.bitsLeft = shared->bitsLeft;
-    huff.bitReaderWord = shared->bitReaderWord;
-    std::memcpy(huff.lastDc, shared->lastDc, sizeof huff.lastDc);
-    huff.eobRun = shared->eobRun;
+    *ctx->huffState = shared->huffState;
     ctx->entropyCounter = shared->entropyCounter;
     ctx->bitReader->pendingMarker = static_cast<uint8_t>(shared->markerByte);
     ctx->outputRow = static_cast<uint16_t>(shared->outputRow);

@@ -157,11 +157,17 @@ inline uint8_t dc_sample(const uint8_t *range_limit, const int32_t *multipliers,
 
 // Both passes of a full-size (kSize 8) or half-size (kSize 4) output: true with the sums of the
 // block, or false when it is done here, a block with nothing but its DC term written as kSize
-// rows of its sample, and a block that does not fit in 16 bits handed to the scalar core.
+// rows of its sample, and a block that does not fit in 16 bits, or any block with a table other
+// than the plain clamp, handed to the scalar core.
 template <int kSize>
 [[gnu::always_inline]] inline bool sums_of(const uint8_t *range_limit, const int32_t *multipliers,
                                            const int16_t *coefficients, uint8_t **output_rows,
                                            uint32_t output_column, Rows &sums) {
+    const auto scalar = kSize == 8 ? idct_full_scalar : idct_2to1_scalar;
+    if (!idct_table_is_plain_clamp(range_limit)) {
+        scalar(range_limit, multipliers, coefficients, output_rows, output_column);
+        return false;
+    }
     Rows ws;
     const Pass1 pass1 = columns(coefficients, multipliers, ws);
     if (pass1 == Pass1::kDcOnly) {
@@ -177,8 +183,7 @@ template <int kSize>
         for (int j = 4; j < 8; ++j) ws[j] = lanes::splat(0);
     }
     if (!rows(pass1, ws, sums)) {
-        (kSize == 8 ? idct_full_scalar : idct_2to1_scalar)(range_limit, multipliers, coefficients, output_rows,
-                                                            output_column);
+        scalar(range_limit, multipliers, coefficients, output_rows, output_column);
         return false;
     }
     return true;
@@ -191,9 +196,6 @@ template <int kSize>
 
 void idct_full_simd(const uint8_t *range_limit, const int32_t *multipliers, const int16_t *coefficients,
                     uint8_t **output_rows, uint32_t output_column) {
-    if (!idct_table_is_plain_clamp(range_limit)) {
-        return idct_full_scalar(range_limit, multipliers, coefficients, output_rows, output_column);
-    }
     Rows sums;
     if (!sums_of<8>(range_limit, multipliers, coefficients, output_rows, output_column, sums)) return;
     lanes::V s[8];
@@ -210,9 +212,6 @@ void idct_full_simd(const uint8_t *range_limit, const int32_t *multipliers, cons
 
 void idct_2to1_simd(const uint8_t *range_limit, const int32_t *multipliers, const int16_t *coefficients,
                     uint8_t **output_rows, uint32_t output_column) {
-    if (!idct_table_is_plain_clamp(range_limit)) {
-        return idct_2to1_scalar(range_limit, multipliers, coefficients, output_rows, output_column);
-    }
     Rows sums;
     if (!sums_of<4>(range_limit, multipliers, coefficients, output_rows, output_column, sums)) return;
     // Output column i (one output row per lane) averages the samples of columns 2i and 2i + 1.
