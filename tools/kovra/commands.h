@@ -3,12 +3,16 @@
 // error.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
 namespace kovra::tool {
 
 using Arguments = std::vector<std::string>;
+
+// The largest image, in pixels, a command decodes or reads whole unless --max-pixels raises it.
+inline constexpr int64_t kDefaultMaxPixels = int64_t{64} << 20;
 
 int run_info(const Arguments &args);
 int run_exif_thumb(const Arguments &args);

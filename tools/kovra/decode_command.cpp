@@ -47,7 +47,7 @@ struct DecodeOptions {
     int32_t sample_size = 1;
     int32_t format = KOVRADALT_FORMAT_RGBA32;
     std::string format_name = "rgba";
-    int64_t max_pixels = int64_t{64} << 20;
+    int64_t max_pixels = kDefaultMaxPixels;
     bool allow_partial = false;
     int scale_denominator = 1;
     int threads = 1;

@@ -77,7 +77,7 @@ FileReport report_on(const std::string &path, bool with_frames) {
     report.scan = scan_header(path);
     if (with_frames && is_gif(report.scan.type)) report.decoded = decode_frames(report.scan);
 #ifdef KOVRA_TOOL_JPEG
-    if (report.scan.type == KOVRADALT_TYPE_JPEG) report.jpeg.emplace(read_jpeg(path, jpeg_host::Limits{}.maxPixels));
+    if (report.scan.type == KOVRADALT_TYPE_JPEG) report.jpeg.emplace(read_jpeg(path, static_cast<uint64_t>(kDefaultMaxPixels)));
 #endif
     return report;
 }
