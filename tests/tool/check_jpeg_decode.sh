@@ -2,7 +2,7 @@
 # check_jpeg_decode.sh KOVRA SAMPLES_DIR [CORPUS_DIR]: `kovra decode` of JPEG files. The planar outputs have
 # the layout --help gives (yuv444's Y plane is the gray PNG, yuv420's chroma the 2 x 2 means of
 # yuv444's, an odd edge included); the EXIF orientation is printed only when there is one;
-# truncated, corrupt, CMYK and non-JPEG files and the scales below 1/8 fail with a message and
+# 1/16..1/64 give their sizes; truncated, corrupt, CMYK and non-JPEG files fail with a message and
 # leave no file; Ctrl-C stops a large decode with status 130 and no file; kovra info adds the
 # tool's own reading of a JPEG. Every broken corpus JPEG decodes or is refused with a message and
 # leaves no file, with no sanitizer report (the ASan leg runs this too).
@@ -75,7 +75,13 @@ refused "$out/truncated.jpg" "truncated"
 refused "$out/corrupt.jpg" "corrupt"
 refused "$out/garbage.jpg" "not a JPEG"
 refused "$out/cmyk.jpg" "CMYK JPEG files are not decoded"
-refused "$samples/exif-200dpcm.jpg" "1/16 is not written" --scale 1/16
+for scale in 16 32 64; do
+  size="$(( (33 + scale - 1) / scale )) x $(( (18 + scale - 1) / scale ))"
+  "$kovra" decode "$out/odd.jpg" -o "$out/s$scale" --scale "1/$scale" | grep -q "output 1/$scale: $size rgba" ||
+    fail "1/$scale: not $size"
+  "$kovra" decode "$samples/exif-200dpcm.jpg" -o "$out/s$scale" --scale "1/$scale" --format yuv420 >/dev/null ||
+    fail "exif-200dpcm.jpg at 1/$scale failed"
+done
 
 # Ctrl-C while the large photo decodes (or before its file is renamed into place): status 130,
 # nothing left. Job control keeps SIGINT from being ignored in the background job.

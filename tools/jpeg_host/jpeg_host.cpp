@@ -52,8 +52,9 @@ const Description &Jpeg::description() const {
 
 Error Jpeg::decode(const DecodeOptions &options, Picture &out) const {
     if (!image_) return Error::not_open;
-    if (options.threads == 2) return decode_two_threads(*image_, options, out);
-    if (options.threads != 1) return Error::unsupported;
+    // Beyond 1/8 the decode is one pass over a fraction of the blocks: one thread.
+    if (options.threads == 2 && options.scaleDenominator <= 8) return decode_two_threads(*image_, options, out);
+    if (options.threads != 1 && options.threads != 2) return Error::unsupported;
     Road road(*image_, options);
     return road.run(out);
 }

@@ -58,7 +58,9 @@ struct Picture {
 };
 
 struct DecodeOptions {
-    int scaleDenominator = 1;                // 1, 2, 4 or 8
+    // 1, 2, 4 or 8; or 16, 32, 64, where each component's samples are the DC levels of some of
+    // its blocks (DALTJ_DecodeSingleiMcuResizeMore16), on one thread whatever `threads` says.
+    int scaleDenominator = 1;
     Format format = Format::rgba;
     // At 1/8, YCbCr 4:4:4, 4:2:2 or 4:2:0: the library's DC-only decoders make each block's
     // sample from its DC term alone (chroma then replicated), in place of the 1 x 1 transform.

@@ -1,6 +1,7 @@
 #include "road.h"
 
 #include <algorithm>
+#include <bit>
 #include <mutex>
 
 #include "jpeg/range_limit.h"
@@ -72,8 +73,9 @@ Error Road::build() {
     const bool ycc = d.colour == ColourSpace::ycbcr && d.components == 3;
     if (!grey && !ycc) return Error::unsupported;
     scale_ = options_.scaleDenominator;
-    if (scale_ != 1 && scale_ != 2 && scale_ != 4 && scale_ != 8) return Error::unsupported;
-    blockSize_ = 8 / static_cast<uint32_t>(scale_);
+    if (scale_ < 1 || scale_ > 64 || !std::has_single_bit(static_cast<uint32_t>(scale_))) return Error::unsupported;
+    // Beyond 1/8 each block still gives one sample (road_more16.cpp thins the blocks out).
+    blockSize_ = scale_ > 8 ? 1 : 8 / static_cast<uint32_t>(scale_);
     uint32_t blocksInMcu = 0;
     for (const ComponentCoefficients &c : image_.components()) {
         maxH_ = std::max<uint32_t>(maxH_, c.h);
@@ -124,6 +126,7 @@ Error Road::build() {
     ctx_.outputStride = static_cast<int32_t>(width_);
     ctx_.outputPitch = static_cast<int32_t>(width_ * 4);
     ctx_.scaleCode = scale_;
+    ctx_.resizeScaleShift = static_cast<uint32_t>(std::countr_zero(static_cast<uint32_t>(scale_)));
     ctx_.checkContext = &region_;
     ctx_.checkFn = [](void *checkContext, uint32_t rowsWritten) -> uint32_t {
         Road *road = road_of_region(checkContext);
@@ -158,13 +161,14 @@ void Road::build_component(int c) {
     k.h = source.h;
     k.v = source.v;
     const auto h = static_cast<uint32_t>(k.h), v = static_cast<uint32_t>(k.v);
-    k.block = dc_ ? 1 : component_block(blockSize_, maxH_, maxV_, h, v);
+    const bool dcSamples = dc_ || scale_ > 8;
+    k.block = dcSamples ? 1 : component_block(blockSize_, maxH_, maxV_, h, v);
     k.rgroup = v * k.block / blockSize_;
     k.hRatio = maxH_ * blockSize_ / (h * k.block);
     k.vRatio = maxV_ * blockSize_ / (v * k.block);
     k.rowWidth = ctx_.mcusPerRow * h * k.block;
     // The DC road reads the full-size multipliers: (dc * m) >> 15 is then the block's level.
-    k.multipliers = k.block == 8 || dc_ ? aan_multipliers(source.quant) : plain_multipliers(source.quant);
+    k.multipliers = k.block == 8 || dcSamples ? aan_multipliers(source.quant) : plain_multipliers(source.quant);
     std::copy(source.quant.begin(), source.quant.end(), k.quant.steps);
 
     const Description &d = image_.description();
@@ -252,6 +256,7 @@ Error Road::prepare(Picture &out, bool allocate) {
 
 Error Road::run(Picture &out) {
     if (Error e = prepare(out, true); e != Error::none) return e;
+    if (scale_ > 8) return run_more16();
     const uint32_t rowsAvail = kRowGroups * maxV_;
     uint32_t rowsOut = 0;
     // Each call of the row driver takes one MCU row; a driver that takes more calls is stuck.

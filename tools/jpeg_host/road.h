@@ -68,6 +68,13 @@ private:
         std::vector<uint8_t *> upsampledRows;         // maxV pointers handed to the converter
     };
 
+    // A component's samples beyond 1/8, as DALTJ_DecodeSingleiMcuResizeMore16 writes them.
+    struct SamplePlane {
+        uint32_t width = 0;
+        std::vector<uint8_t> samples;
+        std::vector<uint8_t *> rows;
+    };
+
     Error build();
     Error check_dc_road() const;
     void skip_rows(uint32_t count);
@@ -77,6 +84,8 @@ private:
     void upsample_group(uint32_t group);
     void convert_rows(uint32_t first, uint32_t count);
     bool hand_on_group(uint32_t group, uint32_t *rowsOut, uint32_t rowsAvail);
+    Error run_more16();
+    void convert_more16_row(uint32_t row, const std::vector<SamplePlane> &planes);
 
     const CoefficientImage &image_;
     DecodeOptions options_;

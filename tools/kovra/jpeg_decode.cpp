@@ -17,8 +17,6 @@ namespace {
 
 // Images from this size on show a progress line (when stderr is a terminal).
 constexpr uint64_t kProgressPixels = uint64_t{4} << 20;
-// The host reduces by up to 8; the smaller scales the usage names are not written.
-constexpr int kSmallestScale = 8;
 
 int fail(const JpegDecodeRequest &request, const std::string &problem) {
     std::fprintf(stderr, "kovra decode: %s: %s\n", request.input.c_str(), problem.c_str());
@@ -67,10 +65,6 @@ jpeg_host::Error decode_picture(const JpegDecodeRequest &request, const jpeg_hos
 }  // namespace
 
 int decode_jpeg(const JpegDecodeRequest &request) {
-    if (request.scale_denominator > kSmallestScale) {
-        return fail(request, "--scale 1/" + std::to_string(request.scale_denominator) +
-                                 " is not written for JPEG files (1/8 is the smallest scale)");
-    }
     const InterruptFlag interrupt;
     const JpegReading reading = read_jpeg(request.input, request.max_pixels);
     if (!reading.failure.empty()) return fail(request, reading.failure);

@@ -29,14 +29,15 @@ constexpr Command kCommands[] = {
      "write the JPEG thumbnail of a file's EXIF block"},
     {"decode", kovra::tool::run_decode,
      "decode FILE -o DIR [--sample N] [--format rgba|bgra|index] [--max-pixels N] [--allow-partial]\n"
-     "       kovra decode PHOTO.jpg -o DIR [--scale 1/1|1/2|1/4|1/8] [--format rgba|gray|yuv444|yuv420]\n"
+     "       kovra decode PHOTO.jpg -o DIR [--scale 1/N] [--format rgba|gray|yuv444|yuv420]\n"
      "                    [--threads 1|2] [--max-pixels N]",
      "every frame of a GIF as a PNG in DIR, and (rgba, bgra) one animated PNG of all frames with\n"
      "      their delays; exits 1 when a frame fails unless --allow-partial.\n"
      "      A JPEG: DIR/NAME.png (rgba; gray: a grey palette PNG), or DIR/NAME.yuv, raw 8-bit planes\n"
      "      with rows packed: yuv444 Y, Cb, Cr each WxH; yuv420 Y WxH, then Cb and Cr each\n"
      "      ceil(W/2) x ceil(H/2). Prints the EXIF orientation (not applied); CMYK/YCCK, truncated\n"
-     "      and corrupt files exit 1; Ctrl-C exits 130; no partial file is left (1/16..1/64 refused)"},
+     "      and corrupt files exit 1; Ctrl-C exits 130; no partial file is left. --scale 1/1..1/64;\n"
+     "      from 1/16 each sample is one block's DC level, on one thread"},
 };
 
 const Command *find_command(const char *name) {
