@@ -16,6 +16,7 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 
 #include "jpeg/idct_arith.h"
 #include "jpeg/range_limit.h"
@@ -69,7 +70,8 @@ struct Harmonic {
 
 // Pass 1 over a block whose coefficients lie in its top-left Cols x Rows corner: columns
 // 0..Cols-1 into ws. A column whose rows 1.. are zero holds its DC value all the way down, which
-// is what the transform gives it; kDcShortcut takes that without the butterflies.
+// is what the transform gives it; kDcShortcut takes that without the butterflies, and runs the
+// four-input line on a full-height column whose rows 4.. are zero.
 template <class Transform, int Cols, int Rows, bool kDcShortcut = true>
 [[gnu::always_inline]] inline void aan_columns(const int16_t *coefficients, const int32_t *multipliers,
                                                Int (*ws)[8]) {
@@ -88,6 +90,12 @@ template <class Transform, int Cols, int Rows, bool kDcShortcut = true>
         Int in[Rows];
         #pragma GCC unroll 8
         for (int k = 0; k < Rows; ++k) in[k] = aan_input(coefficients, multipliers, 8 * k + c);
+        if constexpr (kDcShortcut && Rows == 8) {
+            if ((in[4].v | in[5].v | in[6].v | in[7].v) == 0) {
+                Transform::template line<4>(in, &ws[0][c], 8);
+                continue;
+            }
+        }
         Transform::template line<Rows>(in, &ws[0][c], 8);
     }
 }
@@ -111,15 +119,29 @@ template <class Transform, int Cols>
 }
 
 // Writes the eight full-size samples of workspace row w. Every output of a line carries its DC
-// input once, with no product on the way, so the lookup bias goes in there.
-template <class Transform, int Cols>
+// input once, with no product on the way, so the lookup bias goes in there. With kDcShortcut, a
+// row whose other inputs are zero holds its DC value all the way across, as the line would give it.
+template <class Transform, int Cols, bool kDcShortcut = false>
 [[gnu::always_inline]] inline void aan_row(const uint8_t *range_limit, const Int *w, uint8_t *samples) {
+    if constexpr (kDcShortcut && Cols > 1) {
+        int32_t ac = 0;
+        #pragma GCC unroll 8
+        for (int k = 1; k < Cols; ++k) ac |= w[k].v;
+        if (ac == 0) {
+            std::memset(samples, range_limit[aan_index(w[0])], 8);
+            return;
+        }
+    }
     Int biased[Cols];
     biased[0] = w[0] + kAanSumBias;
     #pragma GCC unroll 8
     for (int k = 1; k < Cols; ++k) biased[k] = w[k];
     Int sums[8];
-    Transform::template line<Cols>(biased, sums, 1);
+    if (kDcShortcut && Cols == 8 && (w[4].v | w[5].v | w[6].v | w[7].v) == 0) {
+        Transform::template line<Cols == 8 ? 4 : Cols>(biased, sums, 1);
+    } else {
+        Transform::template line<Cols>(biased, sums, 1);
+    }
     if (!aan_samples_biased<8>(range_limit, sums, samples)) [[unlikely]] {
         aan_row_clamped<Transform, Cols>(range_limit, w, samples);
     }
@@ -130,7 +152,7 @@ template <class Transform, int Cols, int Rows, bool kDcShortcut = true>
 [[gnu::flatten]] inline void aan_block_out(const uint8_t *range_limit, const int32_t *multipliers,
                                            const int16_t *coefficients, uint8_t **output_rows, uint32_t output_column) {
     aan_block<Transform, Cols, Rows, kDcShortcut>(multipliers, coefficients, [&](int r, const Int *w) {
-        aan_row<Transform, Cols>(range_limit, w, output_rows[r] + output_column);
+        aan_row<Transform, Cols, kDcShortcut>(range_limit, w, output_rows[r] + output_column);
     });
 }
 

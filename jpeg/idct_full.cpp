@@ -1,6 +1,6 @@
 // DALTJ_DoIdct: one 8 x 8 block of quantised coefficients to 8 x 8 samples with the AAN transform
-// (idct_aan.h). A column whose AC coefficients are all zero takes its DC value without the
-// butterflies; pass 2 has no such shortcut.
+// (idct_aan.h). A column or workspace row whose AC inputs are all zero takes its DC value without
+// the butterflies, and one whose inputs 4..7 are zero runs the four-input line.
 
 #include "jpeg/idct_aan.h"
 #include "jpeg/idct_scalar.h"
