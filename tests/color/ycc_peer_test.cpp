@@ -6,14 +6,8 @@
 
 #include <gtest/gtest.h>
 
-#include <csetjmp>
-#include <cstdio>
-
-extern "C" {
-#include <jpeglib.h>
-}
-
 #include "color_scene.h"
+#include "jpeg_road/libjpeg_peer.h"
 #include "support/corpus.h"
 
 namespace kovra::test::color {
@@ -24,23 +18,12 @@ struct Frame {
     std::vector<uint8_t> samples;  // interleaved, 3 (YCbCr) or 4 (RGBA) per pixel
 };
 
-struct Quiet {
-    jpeg_error_mgr err{};
-    jmp_buf jump{};
-};
-
 // The whole image in `space`; an empty frame when the file is left out.
 Frame decode(const std::vector<uint8_t> &jpeg, J_COLOR_SPACE space) {
     Frame frame;
-    Quiet quiet;
-    jpeg_decompress_struct cinfo{};
-    cinfo.err = jpeg_std_error(&quiet.err);
-    quiet.err.error_exit = [](j_common_ptr c) { longjmp(static_cast<Quiet *>(c->client_data)->jump, 1); };
-    quiet.err.output_message = [](j_common_ptr) {};
-    cinfo.client_data = &quiet;
-    jpeg_create_decompress(&cinfo);
-    if (setjmp(quiet.jump) == 0) {
-        jpeg_mem_src(&cinfo, jpeg.data(), static_cast<unsigned long>(jpeg.size()));
+    kovra::jpeg_road::Peer peer(jpeg);
+    jpeg_decompress_struct &cinfo = peer.cinfo;
+    if (setjmp(peer.jump) == 0) {
         jpeg_read_header(&cinfo, TRUE);
         if (cinfo.jpeg_color_space == JCS_YCbCr && cinfo.num_components == 3) {
             cinfo.out_color_space = space;
@@ -56,8 +39,7 @@ Frame decode(const std::vector<uint8_t> &jpeg, J_COLOR_SPACE space) {
             frame.height = cinfo.output_height;
         }
     }
-    if (quiet.err.num_warnings != 0 || frame.height == 0) frame = Frame{};
-    jpeg_destroy_decompress(&cinfo);
+    if (peer.err.num_warnings != 0 || frame.height == 0) frame = Frame{};
     return frame;
 }
 

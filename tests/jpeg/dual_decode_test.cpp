@@ -1,5 +1,5 @@
-// Two threads through dualdecode_jpeg against one thread, with a toy entropy stage supplied in
-// place of the library's (so this test links the shared object). The toy keeps its whole state
+// Two threads through dualdecode_jpeg against one thread, with a toy entropy stage given to the
+// stage doubles (so this test links the shared object). The toy keeps its whole state
 // where the hand-over carries it: each MCU row consumes a number of input bytes that depends on
 // the running hash of everything read so far (kept in the Huffman state's bit buffer), through
 // the byte window over the thread's own source; rows are written at outY from the hash, the row
@@ -15,7 +15,7 @@
 #include <memory>
 #include <vector>
 
-#include "kovra_jpeg.h"
+#include "stage_doubles.h"
 
 namespace {
 
@@ -59,14 +59,9 @@ uint32_t decode_mcu_row(DALTJ_DecoderInfo *ctx) {
     return rowsDone >= ctx->totalMcuRows ? DALTJ_STATUS_END : DALTJ_STATUS_ROW_DONE;
 }
 
-}  // namespace
+int32_t skip_mcu(DALTJ_DecoderInfo *ctx) { return consume_mcu(ctx) ? 1 : 0; }
 
-extern "C" {
-uint32_t DALTJ_DecodeSingleiMcu(DALTJ_DecoderInfo *ctx, uint8_t ***) { return decode_mcu_row(ctx); }
-uint32_t DALTJ_DecodeSingleiMcu_resize(DALTJ_DecoderInfo *ctx, uint8_t ***) { return decode_mcu_row(ctx); }
-int32_t DALTJ_SkipMcuDual(DALTJ_DecoderInfo *ctx, int16_t **) { return consume_mcu(ctx) ? 1 : 0; }
-
-void DALTJ_SetupUpsample(DALTJ_DecoderInfo *ctx, uint8_t **, uint32_t *rowsOut, uint32_t rowsAvail) {
+void upsample(DALTJ_DecoderInfo *ctx, uint32_t *rowsOut, uint32_t rowsAvail) {
     EXPECT_EQ(rowsAvail, 1u);
     DALTJ_MainController *main = ctx->mainController;
     for (; main->rowgroupCounter < main->rowgroupsAvail && *rowsOut < rowsAvail; ++main->rowgroupCounter) {
@@ -78,9 +73,6 @@ void DALTJ_SetupUpsample(DALTJ_DecoderInfo *ctx, uint8_t **, uint32_t *rowsOut, 
         ++*rowsOut;
     }
 }
-}
-
-namespace {
 
 std::vector<uint8_t> input_bytes() {
     std::vector<uint8_t> bytes(kMcuRows * 1500 + 100);
@@ -167,6 +159,10 @@ struct DualRun {
     } starts[2];
 
     DualRun(int32_t kind, int threads, bool resize) : height(output_height(resize)) {
+        stages() = {};
+        stages().decodeRow = decode_mcu_row;
+        stages().skipMcu = skip_mcu;
+        stages().upsample = upsample;
         KOVRADALT_OsThreadMutex_Init(&shared.mutex, nullptr);
         for (int t = 0; t < threads; ++t) {
             decoders.push_back(std::make_unique<ThreadDecoder>(kind, bytes, image.data(), height));

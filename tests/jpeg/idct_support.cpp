@@ -108,10 +108,4 @@ Multipliers plain_multipliers(const Quant &quant) {
     return m;
 }
 
-Block corner(Block block, int cols, int rows) {
-    for (int i = 0; i < 64; ++i)
-        if (i % 8 >= cols || i / 8 >= rows) block[i] = 0;
-    return block;
-}
-
 }  // namespace kovra::test::idct

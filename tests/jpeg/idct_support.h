@@ -1,11 +1,12 @@
-// Running inverse DCTs in tests: blocks (legal ones made from sample content, and hostile ones),
-// multiplier tables, and a guarded output frame.
+// Running inverse DCTs in tests: legal blocks made from sample content, hostile ones, multiplier
+// tables, and a guarded output frame.
 #pragma once
 
 #include <array>
 #include <cstdint>
 #include <random>
 
+#include "jpeg/idct_scalar.h"
 #include "kovra_jpeg.h"
 
 namespace kovra::test::idct {
@@ -16,6 +17,15 @@ using Quant = std::array<uint16_t, 64>;
 using Samples = std::array<std::array<uint8_t, 8>, 8>;  // [row][column]
 
 inline constexpr uint8_t kUnwritten = 0xA5;
+
+// The exported routines that run a vector version where the build has one, with their scalar cores.
+struct VectorPair {
+    const char *name;
+    DALTJ_IdctFn exported, scalar;
+};
+inline constexpr VectorPair kVectorPairs[] = {{"DoIdct", DALTJ_DoIdct, jpeg::idct_full_scalar},
+                                              {"DoIdct8By8", DALTJ_DoIdct8By8, jpeg::idct_8by8_scalar},
+                                              {"DoIdct_2to1", DALTJ_DoIdct_2to1, jpeg::idct_2to1_scalar}};
 
 // The library's range-limit table as the inverse DCTs take it (index 0 = mid-grey).
 const uint8_t *idct_range_limit();
@@ -31,16 +41,13 @@ Quant random_quant(std::mt19937 &rng, int max_step);
 // forward-transformed in double precision and quantised with `quant`.
 Block legal_block(std::mt19937 &rng, const Quant &quant);
 
-// Any coefficients, and any multipliers.
+// Any coefficients and any multipliers.
 Block hostile_block(std::mt19937 &rng);
 Multipliers hostile_multipliers(std::mt19937 &rng);
 
-// The multipliers of the AAN members for `quant`: each step times the AAN scale factors of its
-// position, with 12 fraction bits. And the accurate members' plain steps.
+// The AAN members' multipliers for `quant` (each step times the AAN scale factors of its
+// position, 12 fraction bits), and the accurate members' plain steps.
 Multipliers aan_multipliers(const Quant &quant);
 Multipliers plain_multipliers(const Quant &quant);
-
-// The block with every coefficient outside its top-left cols x rows corner cleared.
-Block corner(Block block, int cols, int rows);
 
 }  // namespace kovra::test::idct

@@ -5,17 +5,6 @@
 
 namespace kovra::test::idct {
 
-Decompressor::Decompressor(const std::vector<uint8_t> &jpeg) {
-    cinfo.err = jpeg_std_error(&err);
-    err.error_exit = [](j_common_ptr c) { longjmp(static_cast<Decompressor *>(c->client_data)->jump, 1); };
-    err.output_message = [](j_common_ptr) {};
-    cinfo.client_data = this;
-    jpeg_create_decompress(&cinfo);
-    jpeg_mem_src(&cinfo, jpeg.data(), static_cast<unsigned long>(jpeg.size()));
-}
-
-Decompressor::~Decompressor() { jpeg_destroy_decompress(&cinfo); }
-
 bool start_ifast(Decompressor &d) {
     if (setjmp(d.jump)) return false;
     jpeg_read_header(&d.cinfo, TRUE);

@@ -4,38 +4,23 @@
 #pragma once
 
 #include <array>
-#include <csetjmp>
 #include <cstddef>
 #include <cstdint>
-#include <cstdio>  // jpeglib.h needs FILE and size_t first
 #include <vector>
 
-extern "C" {
-#include <jpeglib.h>
-}
+#include "libjpeg_peer.h"
 
 namespace kovra::test::idct {
 
 using Block = std::array<int16_t, 64>;
 using Quant = std::array<uint16_t, 64>;
 using Table16 = std::array<int16_t, 64>;
+using Decompressor = kovra::jpeg_road::Peer;
 
 struct Component {
     Quant quant{};
     Table16 ifast{};  // libjpeg-turbo's ifast multipliers (2 fraction bits)
     std::vector<Block> blocks;
-};
-
-// A decompressor over a JPEG in memory, whose errors jump back and whose warnings are counted.
-struct Decompressor {
-    jpeg_decompress_struct cinfo{};
-    jpeg_error_mgr err{};
-    jmp_buf jump{};
-
-    explicit Decompressor(const std::vector<uint8_t> &jpeg);
-    ~Decompressor();
-    Decompressor(const Decompressor &) = delete;
-    Decompressor &operator=(const Decompressor &) = delete;
 };
 
 // Starts an ifast decode: libjpeg-turbo derives the ifast multipliers and its range-limit table.

@@ -1,3 +1,5 @@
+#include <gtest/gtest.h>
+
 #include "stage_doubles.h"
 
 StageScript &stages() {
@@ -7,34 +9,47 @@ StageScript &stages() {
 
 namespace {
 
-uint32_t next_decode_result() {
+uint32_t decode_row(DALTJ_DecoderInfo *ctx, uint8_t ***componentRows) {
     StageScript &s = stages();
+    if (s.decodeRow != nullptr) return s.decodeRow(ctx);
+    s.decodeLists.push_back(componentRows);
     if (s.decodeResults.empty()) return DALTJ_STATUS_ROW_DONE;
     const uint32_t result = s.decodeResults.front();
     s.decodeResults.pop_front();
     return result;
 }
 
+int32_t process(char name, uint32_t *rowsOut, uint32_t rowsAvail) {
+    StageScript &s = stages();
+    s.processCalls += name;
+    EXPECT_EQ(*rowsOut, 0u);
+    EXPECT_EQ(rowsAvail, 1u);
+    if (s.processAnswers.empty()) {
+        ADD_FAILURE() << "processor called past the script";
+        return DALTJ_STATUS_FAILED;
+    }
+    const auto [status, rows] = s.processAnswers.front();
+    s.processAnswers.pop_front();
+    *rowsOut += rows;
+    return status;
+}
+
 }  // namespace
 
 extern "C" {
 
-KOVRA_API uint32_t DALTJ_DecodeSingleiMcu(DALTJ_DecoderInfo *, uint8_t ***componentRows) {
-    stages().decodeLists.push_back(componentRows);
-    return next_decode_result();
-}
+KOVRA_API uint32_t DALTJ_DecodeSingleiMcu(DALTJ_DecoderInfo *ctx, uint8_t ***rows) { return decode_row(ctx, rows); }
 
-KOVRA_API uint32_t DALTJ_DecodeSingleiMcu_resize(DALTJ_DecoderInfo *ctx, uint8_t ***componentRows) {
-    stages().resizeMcuRowAtDecode.push_back(ctx->resizeMcuRow);
-    ++stages().resizeDecodes;
-    return DALTJ_DecodeSingleiMcu(ctx, componentRows);
+KOVRA_API uint32_t DALTJ_DecodeSingleiMcu_resize(DALTJ_DecoderInfo *ctx, uint8_t ***rows) {
+    if (stages().decodeRow == nullptr) stages().resizeMcuRowAtDecode.push_back(ctx->resizeMcuRow);
+    return decode_row(ctx, rows);
 }
 
 KOVRA_API void DALTJ_SetupUpsample(DALTJ_DecoderInfo *ctx, uint8_t **, uint32_t *rowsOut, uint32_t rowsAvail) {
+    if (stages().upsample != nullptr) return stages().upsample(ctx, rowsOut, rowsAvail);
     DALTJ_MainController *main = ctx->mainController;
-    stages().upsampleCalls.push_back({main->rowgroupCounter, main->rowgroupsAvail, ctx->skipMode, main->whichPtr});
-    while (main->rowgroupCounter < main->rowgroupsAvail && *rowsOut < rowsAvail) {
-        ++main->rowgroupCounter;
+    stages().upsampleSkipModes.push_back(ctx->skipMode);
+    for (; main->rowgroupCounter < main->rowgroupsAvail && *rowsOut < rowsAvail; ++main->rowgroupCounter) {
         ++*rowsOut;
         ++ctx->outputRowsWritten;
     }
@@ -42,13 +57,17 @@ KOVRA_API void DALTJ_SetupUpsample(DALTJ_DecoderInfo *ctx, uint8_t **, uint32_t 
 
 KOVRA_API int32_t DALTJ_SkipMcuDual(DALTJ_DecoderInfo *ctx, int16_t **blocks) {
     StageScript &s = stages();
-    for (uint32_t b = 0; b < ctx->blocksInMcu; ++b)
+    if (s.skipMcu != nullptr) return s.skipMcu(ctx);
+    for (uint32_t b = 0; b < ctx->blocksInMcu; ++b) {
         for (int i = 0; i < 64; ++i) s.skipSawClearedBlocks &= blocks[b][i] == 0;
-    for (uint32_t b = 0; b < ctx->blocksInMcu; ++b) blocks[b][0] = 99;  // the next MCU must clear it
+        blocks[b][0] = 99;  // the next MCU must clear it
+    }
     return s.skipCalls++ == s.skipFailsAt ? 0 : 1;
 }
 
-KOVRA_API void DALTJ_SetupiMcu(DALTJ_DecoderInfo *) { ++stages().setupiMcuCalls; }
+KOVRA_API void DALTJ_SetupiMcu(DALTJ_DecoderInfo *) {
+    if (stages().skipMcu == nullptr) ++stages().setupiMcuCalls;  // not recorded under a replacement: threads
+}
 
 KOVRA_API int32_t DALTJ_DecodeMcu_8to1(DALTJ_DecoderInfo *ctx, int16_t **blocks) {
     StageScript &s = stages();
@@ -60,6 +79,16 @@ KOVRA_API int32_t DALTJ_DecodeMcu_8to1(DALTJ_DecoderInfo *ctx, int16_t **blocks)
     if (call == s.mcuDecodeFailsAt) return 0;
     for (uint32_t b = 0; b < ctx->blocksInMcu; ++b) blocks[b][0] = s.dcOf(call, static_cast<int>(b));
     return 1;
+}
+
+KOVRA_API int32_t DALTJ_ProcessData(DALTJ_DecoderInfo *, uint8_t **, uint32_t *rowsOut, uint32_t rowsAvail) {
+    return process('D', rowsOut, rowsAvail);
+}
+KOVRA_API int32_t DALTJ_ProcessData_resize(DALTJ_DecoderInfo *, uint8_t **, uint32_t *rowsOut, uint32_t rowsAvail) {
+    return process('R', rowsOut, rowsAvail);
+}
+KOVRA_API int32_t DALTJ_ProcessDataPartial(DALTJ_DecoderInfo *, uint8_t **, uint32_t *rowsOut, uint32_t rowsAvail) {
+    return process('P', rowsOut, rowsAvail);
 }
 
 }  // extern "C"

@@ -1,11 +1,12 @@
-// The writers' region, parity and format rules on small hand-checked rows, the drivers' row
-// accounting, and the four-component arithmetic.
+// What the road's corpus sweep cannot reach: the writers' region, parity and format rules on small
+// hand-checked rows and the drivers' row accounting; and the vector conversion against the scalar
+// one over every input.
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 
-#include "color/four_component.h"
+#include "color/ycc_rgb.h"
 #include "color_scene.h"
 
 namespace kovra::test::color {
@@ -290,58 +291,41 @@ TEST(CountedSources, WriteEnabledRowsAreCountedOnly) {
     EXPECT_EQ(scene.ctx.rowGroupPending, 0);
 }
 
-TEST(FourComponents, CmykAndYcckArithmetic) {
-    using kovra::color::cmyk_to_rgb;
-    using kovra::color::ycck_to_rgb;
-    const uint8_t *rl = jpeg::sample_range_limit();
-    auto same = [](kovra::color::Rgb v, uint32_t r, uint32_t g, uint32_t b) {
-        return v.r == r && v.g == g && v.b == b;
-    };
-    EXPECT_TRUE(same(cmyk_to_rgb(10, 200, 255, 255), 10, 200, 255));
-    EXPECT_TRUE(same(cmyk_to_rgb(10, 200, 255, 0), 0, 0, 0));
-    EXPECT_TRUE(same(cmyk_to_rgb(200, 1, 254, 100), 78, 0, 99));
-    EXPECT_TRUE(same(ycck_to_rgb(37, 0, 255, 0, rl), 0, 0, 0));
-    EXPECT_TRUE(same(ycck_to_rgb(0, 0, 0, 255, rl), 254, 119, 254));  // index 481 for blue
-    EXPECT_TRUE(same(ycck_to_rgb(100, 128, 128, 200, rl), 120, 121, 121));
-    EXPECT_TRUE(same(ycck_to_rgb(100, 128, 128, 255, rl), 153, 155, 154));
-    EXPECT_TRUE(same(ycck_to_rgb(255, 255, 255, 255, rl), 0, 134, 0));
-}
-
-// One pixel taken at both horizontal quarter points of a 1-wide output row whose upper point
-// alone lies in the first of two source rows: RGB adds its packed word, CMYK its doubled word,
-// once per point.
-TEST(CountedSources, OneUpperRowInTheAccumulator) {
+// Every (y, cb, cr) through the format 5 writer, and rows of every length and alignment (which
+// leave a remainder), give byte for byte the scalar row's pixels, whatever implementation the
+// writer uses (SSE2 natively, NEON on the ARMv7 build, whose emulated run takes every seventh
+// (y, cb) row). libjpeg-turbo holds the conversion itself (ycc_peer_test).
+TEST(YcbcrToRgb, TheWriterGivesTheScalarRowsPixels) {
+#ifdef KOVRA_EMULATED
+    constexpr int kStride = 7;
+#else
+    constexpr int kStride = 1;
+#endif
     Scene scene;
-    Image c0{1, 1, {200}}, c1{1, 1, {100}}, c2{1, 1, {50}}, k{1, 1, {255}};
-    for (auto [c, image] : {std::pair{0, &c0}, {1, &c1}, {2, &c2}, {3, &k}}) scene.source(c, *image);
-    scene.ctx.sourceColumns = scene.ctx.targetWidth = scene.ctx.scaledWidth = scene.ctx.scaledHeight = 1;
-    scene.ctx.outputHeight = 2;
-    scene.ctx.imageHeightRows = 1;
-    scene.ctx.sourceSize = 2u << 16 | 1;
-    const uint32_t word = 200u << 20 | 100u << 10 | 50u;
-    for (auto [driver, sum] : {std::pair{&DALTJ_DoRgbConvert, 2 * word}, {&DALTJ_DoCMYKToRgb, 4 * word},
-                               {&DALTJ_DoRgbUpscaleConvert, 2 * word}}) {
-        scene.accumulate(1);
-        scene.ctx.accumUpper = 0;
-        driver(&scene.ctx, nullptr, 1);
-        scene.ctx.inputRow = 0;
-        EXPECT_EQ(scene.accumulators[0][0], sum);
-        EXPECT_EQ(scene.ctx.accumUpper, 1);
+    scene.ctx.scaleCode = 1;
+    std::array<uint8_t, 256> ramp, y, cb;
+    for (int i = 0; i < 256; ++i) ramp[i] = uint8_t(i);
+    for (int yc = 0; yc < 65536; yc += kStride) {
+        y.fill(uint8_t(yc >> 8)), cb.fill(uint8_t(yc));
+        scene.output(5, 4 * 256);
+        DALTJ_YcbcrWriteOutput1to1(&scene.ctx, y.data(), cb.data(), ramp.data(), 256);
+        std::vector<uint8_t> scalar(4 * 256);
+        kovra::color::ycc_row_to_pixels_scalar(y.data(), cb.data(), ramp.data(), 256, scene.ctx.rangeLimit, scalar.data());
+        ASSERT_EQ(scene.planes[0], scalar) << "y " << (yc >> 8) << " cb " << (yc & 255);
     }
-}
-
-TEST(GreyToPixels, TableValuesWithOpaqueAlpha) {
-    std::array<uint8_t, 256> table;
-    for (int i = 0; i < 256; ++i) table[i] = uint8_t(255 - i);
-    Image grey = ramp(10, 2, 3);
-    uint8_t *source[] = {grey.samples.data(), grey.samples.data() + 2, grey.samples.data() + 4};
-    uint8_t *const *row_set = source;
-    Bytes out(16, 0xA5);
-    uint8_t *out_rows[] = {out.data(), out.data() + 8};
-    ycc_rgb_convert_internal(0, table.data(), &row_set, 1, out_rows, 2);
-    EXPECT_EQ(out, untouched(16));
-    ycc_rgb_convert_internal(2, table.data(), &row_set, 1, out_rows, 2);
-    EXPECT_EQ(out, bytes({243, 243, 243, 255, 242, 242, 242, 255, 241, 241, 241, 255, 240, 240, 240, 255}));
+    std::mt19937 rng(5);
+    Image samples = random_image(rng, 80, 3);
+    const uint8_t *rows[3] = {samples.samples.data(), samples.samples.data() + 80, samples.samples.data() + 160};
+    for (int32_t start = 0; start < 4; ++start) {
+        for (int32_t count = 0; count <= 70; ++count) {
+            std::vector<uint8_t> ours(4 * size_t(count) + 1, 0xA5), scalar = ours;
+            kovra::color::ycc_row_to_pixels(rows[0] + start, rows[1] + start, rows[2] + start, count,
+                                            jpeg::sample_range_limit(), ours.data() + 1);
+            kovra::color::ycc_row_to_pixels_scalar(rows[0] + start, rows[1] + start, rows[2] + start, count,
+                                                   jpeg::sample_range_limit(), scalar.data() + 1);
+            ASSERT_EQ(ours, scalar) << start << " " << count;
+        }
+    }
 }
 
 }  // namespace
