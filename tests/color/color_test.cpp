@@ -291,6 +291,58 @@ TEST(CountedSources, WriteEnabledRowsAreCountedOnly) {
     EXPECT_EQ(scene.ctx.rowGroupPending, 0);
 }
 
+// The resamplers on sizes whose result needs no model: the same size is the image itself, half
+// the size each 2 x 2 block's truncated mean, twice the size each sample repeated; each axis on
+// its own, random images fed in calls of 1..8 rows. The YCbCr tracking resampler into three
+// planes, the grey one, and the grey per-call driver (one row a call, never taller than the source).
+TEST(Resampler, SameHalfAndDoubleSizes) {
+    std::mt19937 rng(11);
+    Scene scene;
+    auto index = [](int32_t in, int32_t out, int32_t i, int second) { return in == out ? i : in > out ? 2 * i + second : i / 2; };
+    for (int trial = 0; trial < 90; ++trial) {
+        const int32_t sw = 1 + int32_t(rng() % 40), sh = 1 + int32_t(rng() % 40);
+        const int kind = trial % 3, wx = int(rng() % 3), hx = kind == 2 ? int(rng() % 2) : int(rng() % 3);
+        const int32_t w = wx == 0 ? sw : wx == 1 ? 2 * sw : sw, h = hx == 0 ? sh : hx == 1 ? sh : 2 * sh;
+        const int32_t in_w = wx == 1 ? sw : wx == 2 ? 2 * sw : sw, in_h = hx == 1 ? 2 * sh : sh;
+        std::array<Image, 3> source;
+        for (auto &image : source) image = random_image(rng, in_w, in_h);
+        for (int c = 0; c < 3; ++c) scene.source(c, source[c]);
+        scene.output(kind == 0 ? 15 : 4, size_t(w) * h, size_t(w) * h);
+        scene.ctx.sourceSize = uint32_t(in_h) << 16 | uint32_t(in_w);
+        scene.ctx.scaledWidth = scene.ctx.outputStride = scene.ctx.targetWidth = w;
+        scene.ctx.scaledHeight = h;
+        scene.ctx.imageHeightRows = uint32_t(h);
+        scene.ctx.inputRow = 0;
+        scene.accumulate(w);
+        if (kind == 2) {
+            for (int32_t k = 0; k < in_h; ++k) {
+                scene.rows.sampleRowIndex = k == 0 ? 0 : 1;  // the driver moves the row table itself
+                DALTJ_DoGrayConvert(&scene.ctx, nullptr, 1);
+            }
+        } else {
+            auto resampler = kind == 0 ? DALTJ_DoYcbcrToUpscaleRgb : DALTJ_DoGrayUpscaleConvert;
+            resampler(&scene.ctx, nullptr, 0);
+            for (int32_t k = 0; k < in_h;) {
+                const int32_t n = std::min<int32_t>(in_h - k, 1 + int32_t(rng() % 8));
+                scene.rows.sampleRowIndex = k;
+                resampler(&scene.ctx, nullptr, n);
+                k += n;
+            }
+        }
+        for (int c = 0; c < (kind == 0 ? 3 : 1); ++c) {
+            std::vector<uint8_t> expected;
+            for (int32_t y = 0; y < h; ++y)
+                for (int32_t x = 0; x < w; ++x) {
+                    int sum = 0;
+                    for (int k = 0; k < 4; ++k)
+                        sum += source[c].at(index(in_w, w, x, k & 1), index(in_h, h, y, k >> 1));
+                    expected.push_back(uint8_t(sum >> 2));
+                }
+            ASSERT_EQ(scene.planes[c], expected) << "kind " << kind << ", " << in_w << "x" << in_h << " -> " << w << "x" << h;
+        }
+    }
+}
+
 // Every (y, cb, cr) through the format 5 writer, and rows of every length and alignment (which
 // leave a remainder), give byte for byte the scalar row's pixels, whatever implementation the
 // writer uses (SSE2 natively, NEON on the ARMv7 build, whose emulated run takes every seventh
