@@ -222,18 +222,19 @@ void Road::build_lists(Component &k) {
     }
 }
 
-// Allocates the picture unless it already holds one (the second half of a two-thread decode).
-void Road::set_output(Picture &out) {
+// Sizes the picture for the decode (`allocate`: the first or only road over it). Every sample is
+// written by the decode, so a picture that already has the size keeps its buffer as it is (a caller
+// decoding image after image pays for no fill); only a grey image's planar chroma is set, to 128.
+void Road::set_output(Picture &out, bool allocate) {
     const size_t plane = size_t{width_} * height_;
     out.width = width_;
     out.height = height_;
     out.format = options_.format;
-    if (out.pixels.empty()) {
-        switch (options_.format) {
-        case Format::rgba: out.pixels.assign(plane * 4, 0); break;
-        case Format::grey: out.pixels.assign(plane, 0); break;
-        case Format::planar: out.pixels.assign(plane * 3, 128); break;
-        }
+    const bool greyChroma = options_.format == Format::planar && ctx_.colorSpace == 1;
+    if (allocate) {
+        const size_t bytes = options_.format == Format::rgba ? plane * 4 : options_.format == Format::grey ? plane : plane * 3;
+        out.pixels.resize(bytes);
+        if (greyChroma) std::fill(out.pixels.begin() + static_cast<std::ptrdiff_t>(plane), out.pixels.end(), uint8_t{128});
     }
     if (options_.format == Format::planar) {
         ctx_.outCb = out.pixels.data() + plane;
@@ -245,8 +246,7 @@ void Road::set_output(Picture &out) {
 
 Error Road::prepare(Picture &out, bool allocate) {
     if (Error e = build(); e != Error::none) return e;
-    if (allocate) out.pixels.clear();
-    set_output(out);
+    set_output(out, allocate);
     for (size_t c = 0; c < components_.size(); ++c)
         for (int w = 0; w < 2; ++w) listHeads_[w][c] = components_[c].lists[w].data() + components_[c].rgroup;
     main_.rowPointers[0] = listHeads_[0].data();

@@ -33,7 +33,7 @@ public:
 
     // One thread: builds the context, writes `out`, runs the row driver to the end.
     Error run(Picture &out);
-    // The two-thread decode's halves: build over `out` (allocated by the first half only) with a
+    // The two-thread decode's halves: build over `out` (sized by the first half only) with a
     // source and byte window of the road's own over the JPEG's bytes, then run dualdecode_jpeg.
     Error prepare(Picture &out, bool allocate);
     bool open_source();
@@ -80,7 +80,7 @@ private:
     void skip_rows(uint32_t count);
     void build_component(int c);
     void build_lists(Component &k);
-    void set_output(Picture &out);
+    void set_output(Picture &out, bool allocate);
     void upsample_group(uint32_t group);
     void convert_rows(uint32_t first, uint32_t count);
     bool hand_on_group(uint32_t group, uint32_t *rowsOut, uint32_t rowsAvail);

@@ -23,6 +23,32 @@ void replicate(const uint8_t *source, size_t count, uint32_t ratio, uint8_t *out
         for (uint32_t k = 0; k < ratio; ++k) *out++ = source[x];
 }
 
+// The converter writes 255, R, G, B; the picture holds R, G, B, 255: each pixel's word turns by
+// one byte (T: one word, or four in a vector register, since the compiler does not widen the
+// rotate itself).
+template <class T>
+T rgba_words(T argb) {
+    if constexpr (std::endian::native == std::endian::little) return (argb >> 8) | (argb << 24);
+    return (argb << 8) | (argb >> 24);
+}
+
+void rgba_from_argb(uint8_t *pixels, size_t count) {
+    using Words = uint32_t __attribute__((vector_size(16)));
+    size_t p = 0;
+    for (; p + 4 <= count; p += 4, pixels += 16) {
+        Words words;
+        std::memcpy(&words, pixels, 16);
+        words = rgba_words(words);
+        std::memcpy(pixels, &words, 16);
+    }
+    for (; p < count; ++p, pixels += 4) {
+        uint32_t word;
+        std::memcpy(&word, pixels, 4);
+        word = rgba_words(word);
+        std::memcpy(pixels, &word, 4);
+    }
+}
+
 }  // namespace
 
 // The MCU row is the driver's: the rows it has received so far, decoded or skipped (the blocks
@@ -109,6 +135,10 @@ void Road::upsample_group(uint32_t group) {
                 k.upsampledRows[r] = source;
                 continue;
             }
+            if (r % k.vRatio != 0) {  // the row above came from the same source row
+                k.upsampledRows[r] = k.upsampledRows[r - 1];
+                continue;
+            }
             uint8_t *row = k.upsampled.data() + r * upWidth;
             k.upsampledRows[r] = row;
             replicate(source, k.rowWidth, k.hRatio, row);
@@ -139,14 +169,7 @@ void Road::convert_rows(uint32_t first, uint32_t count) {
         uint8_t *pixels = ctx_.outY;
         ctx_.outputFormat = 5;
         DALTJ_DoFastYcbcrToRgb(&ctx_, nullptr, n);
-        // The converter writes 255, R, G, B; the picture holds R, G, B, 255: each pixel's word
-        // turns by one byte.
-        for (size_t p = 0; p < size_t{count} * width_; ++p, pixels += 4) {
-            uint32_t word;
-            std::memcpy(&word, pixels, 4);
-            word = std::endian::native == std::endian::little ? std::rotr(word, 8) : std::rotl(word, 8);
-            std::memcpy(pixels, &word, 4);
-        }
+        rgba_from_argb(pixels, size_t{count} * width_);
     } else if (options_.format == Format::planar && !grey) {
         ctx_.outputFormat = 15;
         DALTJ_DoFastYcbcrToRgb(&ctx_, nullptr, n);
