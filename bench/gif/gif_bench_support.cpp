@@ -3,6 +3,9 @@
 #include <memory>
 
 #include "kovra_gif.h"
+#ifdef KOVRA_BENCH_GIFLIB
+#include "gif_reference.h"
+#endif
 
 namespace kovra::bench {
 
@@ -30,6 +33,48 @@ DecodeCount decode_gif_rgba(const std::vector<uint8_t> &bytes, int32_t sample_si
     if (dec->gif_info != nullptr) KOVRADALTI_DeleteGIFInfo(dec);
     KOVRADALT_DestroyDecInfo(dec);
     return count;
+}
+
+std::vector<Decoder> available_decoders() {
+    std::vector<Decoder> list{Decoder::kKovra};
+#ifdef KOVRA_BENCH_GIFLIB
+    list.push_back(Decoder::kGiflib);
+#endif
+#ifdef KOVRA_BENCH_STB
+    list.push_back(Decoder::kStb);
+#endif
+    return list;
+}
+
+const char *decoder_name(Decoder decoder) {
+    switch (decoder) {
+        case Decoder::kKovra: return "kovra";
+        case Decoder::kGiflib: return "giflib";
+        default: return "stb";
+    }
+}
+
+bool decoder_named(const std::string &name, Decoder *decoder) {
+    for (const Decoder each : available_decoders()) {
+        if (name == decoder_name(each)) {
+            *decoder = each;
+            return true;
+        }
+    }
+    return false;
+}
+
+int decode_with(Decoder decoder, const std::vector<uint8_t> &bytes) {
+    switch (decoder) {
+        case Decoder::kKovra: return decode_gif_rgba(bytes).frames;
+#ifdef KOVRA_BENCH_GIFLIB
+        case Decoder::kGiflib: return kovra::gifref::giflib_decode_rgba(bytes.data(), bytes.size());
+#endif
+#ifdef KOVRA_BENCH_STB
+        case Decoder::kStb: return stb_decode_rgba(bytes.data(), bytes.size());
+#endif
+        default: return 0;
+    }
 }
 
 }  // namespace kovra::bench
