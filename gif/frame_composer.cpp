@@ -16,7 +16,9 @@
 // Speed: a FrameLineComposer works out once per frame what every row needs (the span, the row
 // composer, the output pixel of each palette index). Rows of a kept frame at full width go four
 // pixels at a time, with one 16-byte store into the canvas and one into the output, since stores
-// rather than arithmetic bound this work.
+// rather than arithmetic bound this work; sixteen indexes at a time are compared with the
+// transparent one (SSE2 or NEON), so that groups of four transparent pixels (most of an
+// animation's delta frame) only show the canvas, and only mixed groups blend.
 
 #include "gif/frame_composer.h"
 
@@ -27,6 +29,7 @@
 #include "gif/interlace.h"
 #include "gif/resample.h"
 #include "gif/row_bounds.h"
+#include "gif/transparent_bits.h"
 #include "kovra_gif.h"
 
 namespace kovra::gif {
@@ -108,6 +111,29 @@ inline void compose_pixel(uint8_t index, uint32_t *canvas_px, uint8_t *dst, int3
     }
 }
 
+// Four pixels of a kept frame, with one 16-byte store into the canvas and one into the output.
+// Bit i of `clear` marks pixel i transparent: it keeps the canvas's word and shows it, selected
+// without a branch; four transparent pixels leave the canvas alone and only show it.
+template <Packing kPacking>
+inline void keep4(const uint8_t *index, uint32_t clear, const uint32_t *colors, const Frame &frame, uint32_t *canvas,
+                  uint8_t *out) {
+    if (clear == 0xFu) {
+        store_pixels4(out, packed4<kPacking>(load_words4(canvas)));
+        return;
+    }
+    Words4 canvas_words = {colors[index[0]], colors[index[1]], colors[index[2]], colors[index[3]]};
+    Words4 shown = {frame.shown[index[0]], frame.shown[index[1]], frame.shown[index[2]], frame.shown[index[3]]};
+    if (clear != 0) {
+        const Words4 lanes = {clear & 1u, clear & 2u, clear & 4u, clear & 8u};
+        const auto keep_old = reinterpret_cast<Words4>(lanes != 0u);
+        const Words4 old = load_words4(canvas);
+        canvas_words = (old & keep_old) | (canvas_words & ~keep_old);
+        shown = (packed4<kPacking>(old) & keep_old) | (shown & ~keep_old);
+    }
+    store_words4(canvas, canvas_words);
+    store_pixels4(out, shown);
+}
+
 // One output row: canvas columns around the frame's span, composed pixels inside it.
 template <Disposal kDisposal, bool kTransparency, Packing kPacking>
 void compose_row(const DALTI_GIFDecoderInfo *rec, const Frame &frame, uint32_t *canvas_line, uint8_t *dst) {
@@ -119,23 +145,23 @@ void compose_row(const DALTI_GIFDecoderInfo *rec, const Frame &frame, uint32_t *
     const uint32_t *colors = rec->active_colors;
     const int32_t transparent = rec->transparent_index;
     if (kDisposal == Disposal::kKeep && kPacking != Packing::kNone && frame.same_width) {
-        // A kept frame, four pixels at a time, with one 16-byte store into the canvas and one into
-        // the output; transparent pixels take the canvas's word, selected without a branch.
+        // Sixteen indexes are checked for the transparent one at a time, then go four by four.
+        const bool may_clear = kTransparency && transparent >= 0 && transparent <= 0xFF;
+        const auto clear_index = static_cast<uint8_t>(transparent);
         int32_t k = first_col;
+        for (; k + 15 < end_col; k += 16) {
+            const uint8_t *const index = line + (k - first_col);
+            const uint32_t clear = may_clear ? transparent_bits16(index, clear_index) : 0;
+            for (int32_t g = 0; g < 16; g += 4) {
+                keep4<kPacking>(index + g, (clear >> g) & 0xFu, colors, frame, canvas_line + k + g,
+                                dst + 4 * static_cast<int64_t>(k + g));
+            }
+        }
         for (; k + 3 < end_col; k += 4) {
             const uint8_t *const index = line + (k - first_col);
-            uint8_t *const out = dst + 4 * static_cast<int64_t>(k);
-            Words4 canvas_words = {colors[index[0]], colors[index[1]], colors[index[2]], colors[index[3]]};
-            Words4 shown = {frame.shown[index[0]], frame.shown[index[1]], frame.shown[index[2]], frame.shown[index[3]]};
-            if constexpr (kTransparency) {
-                const Words4 indexes = {index[0], index[1], index[2], index[3]};
-                const auto clear = reinterpret_cast<Words4>(indexes == static_cast<uint32_t>(transparent));
-                const Words4 old = load_words4(canvas_line + k);
-                canvas_words = (old & clear) | (canvas_words & ~clear);
-                shown = (packed4<kPacking>(old) & clear) | (shown & ~clear);
-            }
-            store_words4(canvas_line + k, canvas_words);
-            store_pixels4(out, shown);
+            uint32_t clear = 0;
+            for (int32_t i = 0; may_clear && i < 4; ++i) clear |= static_cast<uint32_t>(index[i] == clear_index) << i;
+            keep4<kPacking>(index, clear, colors, frame, canvas_line + k, dst + 4 * static_cast<int64_t>(k));
         }
         for (; k < end_col; ++k) {
             compose_pixel<kDisposal, kTransparency, kPacking>(line[k - first_col], canvas_line + k, dst, k, colors,
