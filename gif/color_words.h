@@ -50,15 +50,56 @@ inline uint32_t frame_bgra_pixel(uint32_t word) {
     return (word & 0xFFu) | (((word >> 10) & 0xFFu) << 8) | (((word >> 20) & 0xFFu) << 16) | 0xFF000000u;
 }
 
+// Four colour words (or output pixels), loaded and stored 16 bytes at a time: SSE2 or NEON
+// operations where the target has them.
+typedef uint32_t Words4 __attribute__((vector_size(16)));
+
+inline Words4 load_words4(const uint32_t *src) {
+    Words4 words;
+    std::memcpy(&words, src, sizeof words);
+    return words;
+}
+
+inline void store_words4(uint32_t *dst, Words4 words) { std::memcpy(dst, &words, sizeof words); }
+
+// Four output pixels, each stored as store_le32 would.
+inline void store_pixels4(uint8_t *dst, Words4 pixels) {
+    if constexpr (std::endian::native == std::endian::big) {
+        for (int i = 0; i < 4; ++i) pixels[i] = __builtin_bswap32(pixels[i]);
+    }
+    std::memcpy(dst, &pixels, sizeof pixels);
+}
+
+// rgba_pixel() of four words.
+inline Words4 rgba_pixels4(Words4 words) {
+    const auto unset = reinterpret_cast<Words4>(words == GIF_COLOR_UNSET);
+    return (words | 0xFF000000u) & ~unset;
+}
+
+// bgra_pixel() of four words.
+inline Words4 bgra_pixels4(Words4 words) {
+    const auto unset = reinterpret_cast<Words4>(words == GIF_COLOR_UNSET);
+    return (((words & 0xFFu) << 16) | (words & 0xFF00u) | ((words >> 16) & 0xFFu) | 0xFF000000u) & ~unset;
+}
+
+// `count` words through a packing, four at a time.
+template <Words4 (*kPack4)(Words4), uint32_t (*kPack)(uint32_t)>
+inline void convert_words(const uint32_t *words, int32_t count, uint8_t *dst) {
+    int32_t k = 0;
+#pragma GCC unroll 4
+    for (; k + 3 < count; k += 4) store_pixels4(dst + 4 * static_cast<int64_t>(k), kPack4(load_words4(words + k)));
+    for (; k < count; ++k) store_le32(dst + 4 * static_cast<int64_t>(k), kPack(words[k]));
+}
+
 // Converts `count` colour words into `dst` with the regular packing of `format` (7 or 8);
 // other formats write nothing. Returns false for those.
 inline bool convert_row(const uint32_t *words, int32_t count, int32_t format, uint8_t *dst) {
     if (format == KOVRADALT_FORMAT_RGBA32) {
-        for (int32_t k = 0; k < count; ++k) store_le32(dst + 4 * k, rgba_pixel(words[k]));
+        convert_words<rgba_pixels4, rgba_pixel>(words, count, dst);
         return true;
     }
     if (format == KOVRADALT_FORMAT_BGRA32) {
-        for (int32_t k = 0; k < count; ++k) store_le32(dst + 4 * k, bgra_pixel(words[k]));
+        convert_words<bgra_pixels4, bgra_pixel>(words, count, dst);
         return true;
     }
     return false;

@@ -41,25 +41,6 @@ enum class Packing { kNone, kRgba, kFrameBgra };
 using Frame = FrameLineComposer::Frame;
 using RowComposer = FrameLineComposer::RowComposer;
 
-// Four 32-bit words, loaded and stored 16 bytes at a time.
-typedef uint32_t Words4 __attribute__((vector_size(16)));
-
-inline Words4 load_words4(const uint32_t *src) {
-    Words4 words;
-    std::memcpy(&words, src, sizeof words);
-    return words;
-}
-
-inline void store_words4(uint32_t *dst, Words4 words) { std::memcpy(dst, &words, sizeof words); }
-
-// Four output pixels, each stored as store_le32 would.
-inline void store_pixels4(uint8_t *dst, Words4 pixels) {
-    if constexpr (std::endian::native == std::endian::big) {
-        for (int i = 0; i < 4; ++i) pixels[i] = __builtin_bswap32(pixels[i]);
-    }
-    std::memcpy(dst, &pixels, sizeof pixels);
-}
-
 template <Packing kPacking>
 inline uint32_t packed(uint32_t word) {
     if constexpr (kPacking == Packing::kRgba) {
@@ -78,8 +59,7 @@ inline void put(uint8_t *dst, int32_t k, uint32_t pixel) {
 template <Packing kPacking>
 inline Words4 packed4(Words4 words) {
     if constexpr (kPacking == Packing::kRgba) {
-        const auto unset = reinterpret_cast<Words4>(words == GIF_COLOR_UNSET);
-        return (words | 0xFF000000u) & ~unset;
+        return rgba_pixels4(words);
     } else {
         return (words & 0xFFu) | (((words >> 10) & 0xFFu) << 8) | (((words >> 20) & 0xFFu) << 16) | 0xFF000000u;
     }
@@ -88,11 +68,8 @@ inline Words4 packed4(Words4 words) {
 // Output columns [from, to) straight from the canvas.
 template <Packing kPacking>
 void put_canvas(const uint32_t *canvas_line, uint8_t *dst, int32_t from, int32_t to) {
-    int32_t k = from;
-    for (; k + 3 < to; k += 4) {
-        store_pixels4(dst + 4 * static_cast<int64_t>(k), packed4<kPacking>(load_words4(canvas_line + k)));
-    }
-    for (; k < to; ++k) put<kPacking>(dst, k, packed<kPacking>(canvas_line[k]));
+    if (from < to) convert_words<packed4<kPacking>, packed<kPacking>>(canvas_line + from, to - from,
+                                                                      dst + 4 * static_cast<int64_t>(from));
 }
 
 // One frame pixel: the transparent index shows the canvas, any other its colour; the canvas
