@@ -1,9 +1,12 @@
 // The GIF decoder record's life: creation of its owned blocks, destruction, and the queries a
 // host makes on it (colour count, transparency, delay, the active colour table).
 //
-// Every block but the frame decoder's table is zero-filled when allocated, so a table the file
-// never fills (the global table of a file without one) holds zeros rather than whatever the
-// allocator left. The frame decoder writes each entry of its table before it reads it.
+// The record's own blocks (input record and buffer, colour tables) are zero-filled when allocated,
+// so a table the file never fills (the global table of a file without one) holds zeros rather
+// than whatever the allocator left. The tables nobody reads before writing are not: the frame
+// decoder writes each entry of its table before it reads it, and the step functions' tables
+// (prefix, suffix, length) are set by DALTI_InitializeTransTBL before use. Clearing those 36 KB
+// cost more than the rest of an icon's decode, and on a fresh heap nine pages the kernel must map.
 
 #include "gif/gif_alloc.h"
 #include "kovra_gif.h"
@@ -18,6 +21,12 @@ constexpr uint32_t kColorTableBytes = DALTI_GIF_PALETTE_SLOTS * sizeof(uint32_t)
 template <typename T>
 bool allocate(T *&field, uint64_t bytes) {
     field = static_cast<T *>(alloc_zeroed(bytes));
+    return field != nullptr;
+}
+
+template <typename T>
+bool allocate_uncleared(T *&field, uint64_t bytes) {
+    field = static_cast<T *>(KOVRADALT_OsMalloc(static_cast<uint32_t>(bytes)));
     return field != nullptr;
 }
 
@@ -46,12 +55,10 @@ KOVRA_API int32_t DALTI_CreateGIFDecoderInfo(DALTI_GIFDecoderInfo *rec) {
     if (!allocate(rec->global_colors, kColorTableBytes)) return 0;
     if (!allocate(rec->local_colors, kColorTableBytes)) return 0;
     if (!allocate(rec->lzw, sizeof(DALTI_LZWTables))) return 0;
-    if (!allocate(rec->lzw->prefix, DALTI_LZW_TABLE_SIZE * sizeof(uint32_t))) return 0;
-    if (!allocate(rec->lzw->suffix, DALTI_LZW_TABLE_SIZE)) return 0;
-    if (!allocate(rec->lzw->length, DALTI_LZW_TABLE_SIZE * sizeof(uint32_t))) return 0;
-    rec->lzw_table = static_cast<DALTI_LZWTable *>(KOVRADALT_OsMalloc(sizeof(DALTI_LZWTable)));
-    if (rec->lzw_table == nullptr) return 0;
-    return 1;
+    if (!allocate_uncleared(rec->lzw->prefix, DALTI_LZW_TABLE_SIZE * sizeof(uint32_t))) return 0;
+    if (!allocate_uncleared(rec->lzw->suffix, DALTI_LZW_TABLE_SIZE)) return 0;
+    if (!allocate_uncleared(rec->lzw->length, DALTI_LZW_TABLE_SIZE * sizeof(uint32_t))) return 0;
+    return allocate_uncleared(rec->lzw_table, sizeof(DALTI_LZWTable)) ? 1 : 0;
 }
 
 KOVRA_API void DALTI_DelGIFDecoderInfo(DALTI_GIFDecoderInfo *rec) {

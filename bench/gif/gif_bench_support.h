@@ -29,6 +29,8 @@ bool decoder_named(const std::string &name, Decoder *decoder);
 
 // One whole decode with `decoder`; its frame count (0 when it refuses the file).
 int decode_with(Decoder decoder, const std::vector<uint8_t> &bytes);
+// The same, under a name that instruction counts leave out.
+int decode_uncounted(Decoder decoder, const std::vector<uint8_t> &bytes);
 
 // stb_image's frames, each copied into one reused RGBA buffer (stb_gif.cpp).
 int stb_decode_rgba(const uint8_t *data, size_t size);
