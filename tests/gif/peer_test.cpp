@@ -1,16 +1,14 @@
-// The decoder against giflib on every GIF of the shared corpus: giflib's palette indexes for
-// single images (format 13, direct mode), and for animations each frame in format 7 at sample
-// sizes 1 to 4 against frames composed from giflib's indexes by this library's rules and sampled
-// by the nearest-neighbour rule (tests/gif_reference).
-//
-// A file whose output differs must be listed below with the rule that explains it; a listed file
-// that no longer differs fails too, so the list stays true.
+// The decoder against giflib and the reference compositor (tests/gif_reference): every GIF of the
+// shared corpus and a few hundred from the fuzz generator, single images as palette indexes,
+// every frame in format 7 at sample sizes 1 to 4 and in format 8 at 1 and 3. A file that differs
+// must be listed with the rule that explains it; a listed file that matches fails too.
 
 #include <gtest/gtest.h>
 
 #include <map>
 #include <string>
 
+#include "fuzz/generators/gif_generator.h"
 #include "gif_decode.h"
 #include "gif_reference.h"
 #include "support/corpus.h"
@@ -18,51 +16,21 @@
 namespace kovra::test {
 namespace {
 
-namespace fs = std::filesystem;
-using gifref::Gif;
-using Bytes = std::vector<uint8_t>;
+const std::map<std::string, std::string> kExplained = {
+    {"gif-broken/libvips/invalid_multiframe.gif",
+     "frame 3 holds code 117 while the next free code is 73: beyond the table the previous string plus its first "
+     "byte is repeated, giflib decodes it its own way"},
+};
 
-// Files whose decoded output is allowed to differ from the reference, with the rule that makes
-// it differ. Paths are relative to the corpus.
-const std::map<std::string, std::string> &explained_differences() {
-    static const std::map<std::string, std::string> list = {
-        {"gif-broken/libvips/invalid_multiframe.gif",
-         "frame 3's data holds code 117 while the next free code is 73: a code beyond the table repeats the "
-         "previous string plus its first byte here, giflib decodes it its own way (the last row differs)"},
-    };
-    return list;
-}
-
-std::vector<fs::path> all_gifs() {
-    std::vector<fs::path> files;
-    for (const char *folder : {"gif", "gif-suite", "gif-broken"}) {
-        for (const fs::path &path : corpus_files(folder, {".gif"})) files.push_back(path);
-    }
-    return files;
-}
-
-std::string corpus_name(const fs::path &path) { return fs::relative(path, corpus_dir()).string(); }
-
-bool covers_screen(const Gif &gif, const gifref::Frame &frame) {
-    return frame.left == 0 && frame.top == 0 && frame.width >= gif.screen_width && frame.height >= gif.screen_height;
-}
-
-// Frames the reference can predict; 0 when the file is out of its reach.
-size_t predictable_frames(const Gif &gif) {
-    const std::vector<gifref::Limit> limits = gifref::unmodelled(gif);
-    return limits.empty() ? gif.frames.size() : limits.front().frame;
-}
-
-// Each frame in format 7 through the framework road, into one buffer reused from frame to frame
-// (zeros before the first), as the reference composes them.
-std::vector<Bytes> decode_frames_rgba(const Bytes &bytes, int32_t sample, size_t frames) {
+// Every frame through the framework road into one buffer reused from frame to frame (under the
+// sanitizers this is also the sweep of every corpus frame).
+std::vector<Bytes> decode_frames(const Bytes &bytes, int32_t sample, int32_t format) {
     std::vector<Bytes> out;
-    GifSession session(bytes, KOVRADALT_FORMAT_RGBA32, sample, true);
+    GifSession session(bytes, format, sample, true);
     if (!session.parsed()) return out;
     Bytes buffer(session.frame_bytes(), 0);
-    for (size_t i = 0; i < frames; ++i) {
-        const int32_t result =
-            KOVRADALTI_DecodeAGIF(session.dec(), buffer.data(), 0, session.gif() ? session.gif()->out_height : 0);
+    for (;;) {
+        const int32_t result = KOVRADALTI_DecodeAGIF(session.dec(), buffer.data(), 0, session.gif()->out_height);
         if (result == 0) break;
         out.push_back(buffer);
         if (result == 3 || session.gif() == nullptr) break;
@@ -71,75 +39,46 @@ std::vector<Bytes> decode_frames_rgba(const Bytes &bytes, int32_t sample, size_t
 }
 
 // What differs for one file, empty when nothing does.
-std::string compare_file(const fs::path &path) {
-    const Bytes bytes = read_file(path);
-    const Gif gif = gifref::load_gif_memory(bytes.data(), bytes.size());
-    if (gif.frames.empty() || gif.screen_width <= 0 || gif.screen_height <= 0) return "";
-    const size_t frames = predictable_frames(gif);
-    if (frames == 0) return "";
-
-    if (gif.frames.size() == 1) {
-        const IndexImage image = decode_indexes(bytes, 1, SourceKind::kMemory, 0);
-        if (!image.parsed) return "set-up failed";
-        const Bytes expected = gifref::frame_indexes(gif, 0, 1);
-        if (image.result != 1) return "single image: decode result " + std::to_string(image.result);
-        if (image.indexes != expected) {
-            return std::string("single image: indexes differ") + (covers_screen(gif, gif.frames[0]) ? "" : " (partial frame)");
-        }
+std::string compare(const Bytes &bytes) {
+    const gifref::Gif gif = gifref::load_gif_memory(bytes.data(), bytes.size());
+    if (gif.screen_width <= 0 || gif.screen_height <= 0 || gifref::predictable_frames(gif) == 0) return "";
+    const IndexImage image = decode_indexes(bytes, 1, SourceKind::kMemory, 0);
+    if (gif.frames.size() == 1 && (image.result != 1 || image.indexes != gifref::frame_indexes(gif))) {
+        return "single image indexes differ";
     }
-    for (int32_t sample = 1; sample <= 4; ++sample) {
-        const std::vector<Bytes> expected = gifref::compose_frames(gif, sample);
-        const std::vector<Bytes> decoded = decode_frames_rgba(bytes, sample, expected.size());
-        if (decoded.size() < expected.size()) {
-            return "sample " + std::to_string(sample) + ": " + std::to_string(decoded.size()) + " of " +
-                   std::to_string(expected.size()) + " frames decoded";
-        }
+    for (auto [sample, format] : {std::pair{1, 7}, {2, 7}, {3, 7}, {4, 7}, {1, 8}, {3, 8}}) {
+        const std::vector<Bytes> expected = gifref::compose_frames(gif, sample, format);
+        const std::vector<Bytes> decoded = decode_frames(bytes, sample, format);
+        const std::string where = "format " + std::to_string(format) + " sample " + std::to_string(sample) + ": ";
+        if (decoded.size() < expected.size()) return where + std::to_string(decoded.size()) + " frames decoded";
         for (size_t i = 0; i < expected.size(); ++i) {
-            if (decoded[i] != expected[i]) {
-                return "sample " + std::to_string(sample) + ": frame " + std::to_string(i) + " differs";
-            }
+            if (decoded[i] != expected[i]) return where + "frame " + std::to_string(i) + " differs";
         }
     }
     return "";
 }
 
-TEST(GifPeer, EveryCorpusGifMatchesGiflib) {
+TEST(GifPeer, EveryCorpusGifMatchesTheReference) {
     KOVRA_REQUIRE_CORPUS();
     size_t compared = 0;
     std::map<std::string, std::string> differing;
-    for (const fs::path &path : all_gifs()) {
-        const std::string problem = compare_file(path);
-        ++compared;
-        if (!problem.empty()) differing[corpus_name(path)] = problem;
+    for (const char *folder : {"gif", "gif-suite", "gif-broken"}) {
+        for (const auto &path : corpus_files(folder, {".gif"})) {
+            const std::string problem = compare(read_file(path));
+            if (!problem.empty()) differing[std::filesystem::relative(path, corpus_dir()).string()] = problem;
+            ++compared;
+        }
     }
     EXPECT_GT(compared, 300u);
-    for (const auto &[file, problem] : differing) {
-        const auto listed = explained_differences().find(file);
-        EXPECT_NE(listed, explained_differences().end()) << file << ": " << problem;
-    }
-    for (const auto &[file, rule] : explained_differences()) {
-        EXPECT_TRUE(differing.count(file)) << file << " is listed (" << rule << ") but matches now";
-    }
+    for (const auto &[file, problem] : differing) EXPECT_TRUE(kExplained.count(file)) << file << ": " << problem;
+    for (const auto &[file, rule] : kExplained) EXPECT_TRUE(differing.count(file)) << file << " matches now";
 }
 
-TEST(GifPeer, SingleImagesCoveringTheScreenGiveGiflibsIndexes) {
-    KOVRA_REQUIRE_CORPUS();
-    size_t compared = 0;
-    for (const fs::path &path : all_gifs()) {
-        const Bytes bytes = read_file(path);
-        const Gif gif = gifref::load_gif_memory(bytes.data(), bytes.size());
-        if (!gif.ok || gif.frames.size() != 1 || !covers_screen(gif, gif.frames[0]) || predictable_frames(gif) != 1) {
-            continue;
-        }
-        if (explained_differences().count(corpus_name(path))) continue;
-        const IndexImage image = decode_indexes(bytes, 1, SourceKind::kMemory, 0);
-        EXPECT_EQ(image.indexes, gif.frames[0].indexes.size() == image.indexes.size()
-                                     ? gif.frames[0].indexes
-                                     : gifref::frame_indexes(gif, 0, 1))
-            << corpus_name(path);
-        ++compared;
+TEST(GifPeer, GeneratedGifsMatchTheReference) {
+    for (uint64_t seed = 1; seed <= 300; ++seed) {
+        fuzz::Rng rng(seed);
+        EXPECT_EQ(compare(fuzz::generate_gif(rng, 16384, true)), "") << "seed " << seed;
     }
-    EXPECT_GT(compared, 50u);
 }
 
 }  // namespace

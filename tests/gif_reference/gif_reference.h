@@ -1,119 +1,81 @@
-// Test-side reference for the GIF decoder: reads a GIF with giflib and composes the frames the way
-// this library's frame path does, so its output can be compared byte for byte.
+// Test-side reference for the GIF decoder: giflib reads the file, and the frames are composed by
+// this library's rules, so the decoder's output can be compared byte for byte.
 //
-// Reading (load_gif): giflib's DGifSlurp; each frame's indexes come back de-interlaced, in display
-// order (row 0 of the frame first), whatever the file's interlace flag. When giflib fails, the
-// frames decoded completely before the failure are kept, the frame being decoded is kept with the
-// number of rows giflib delivered, and `error` says what went wrong.
-//
-// Composition (compose_frames) follows the library's rules, not a browser's:
-//  - palette colours lose red's lowest bit; slots beyond a table's size are "unset" and draw as
-//    transparent; with no global and no local table every slot reads as colour word 0 (opaque
-//    black), the value a zero-filled table holds;
-//  - the canvas (at output size) starts fully transparent when the first frame has transparency,
-//    else opaque white;
-//  - graphic-control values stay in force until the next control block replaces them; a
-//    transparent index greater than the active table's size switches transparency off (and that
-//    stays off until a later control block), an index equal to it keeps transparency;
-//  - disposal is applied to the canvas while the frame is drawn: 2 sets the frame's pixels to
-//    transparent (frame with transparency) or opaque white (frame without), 3 leaves the canvas as
-//    it was, any other value leaves the frame in it; transparent pixels show the canvas;
-//  - downscaling by sample size s: out_width = screen_width / s (1 when smaller), likewise the
-//    height; output column k samples screen column (k*W + W/2) / w, output row j samples screen row
-//    (j*H + H/2) / h (nearest neighbour at pixel centres, integer division);
-//  - output rows the frame does not draw show the canvas, except the rows of an interlaced frame
-//    that runs past the screen's bottom: there the decoder stops at the first row below the screen
-//    (it neither writes nor advances), so only the first pass's rows above that point are drawn and
-//    the other rows inside the frame keep what the caller's buffer held before (the previous
-//    frame's output; zeros before the first frame).
-// Output format 7: bytes R, G, B, A; transparent is 0, 0, 0, 0; opaque white is FF FF FF FF.
+// Composition rules (the library's, not a browser's):
+//  - palette colours lose red's lowest bit; slots beyond a table's size are unset (drawn
+//    transparent); with no table at all every slot is colour word 0 (opaque black);
+//  - the canvas starts transparent when the first frame has transparency, else white;
+//  - control values stay in force until the next control block; a transparent index above the
+//    active table's size switches transparency off (an index equal to it keeps it);
+//  - disposal acts while the frame is drawn: 2 clears the frame's pixels to transparent (frame
+//    with transparency) or white, 3 leaves the canvas as it was, others keep the frame;
+//  - sample size s: out = screen / s (at least 1); output column k samples screen column
+//    (k*W + W/2) / w, rows likewise;
+//  - an interlaced frame running past the screen's bottom stops at its first row below the
+//    screen: rows of the frame it did not reach keep the caller's previous output;
+//  - format 7 is R, G, B, A (unset 0, 0, 0, 0); format 8 is B, G, R, A on rows the canvas alone
+//    gives, and on rows a frame draws the composer's packing: bits 0-7, 10-17, 20-27, then 255.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
-#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
 
 namespace kovra::gifref {
 
-constexpr uint32_t kColorUnset = 0xFFFFFFFFu;   // slot beyond the palette, drawn transparent
-constexpr uint32_t kColorWhite = 0x00FFFFFFu;   // canvas white, drawn opaque white
+constexpr uint32_t kColorUnset = 0xFFFFFFFFu;
+constexpr uint32_t kColorWhite = 0x00FFFFFFu;
 
 struct Rgb {
     uint8_t r, g, b;
 };
 
-// Graphic control extension as stored in the file (label 0xF9), the last one before a frame.
 struct GraphicControl {
     bool present = false;
-    int block_size = 0;           // 4 in a well-formed file; the library's seek fails otherwise
-    int disposal = 0;             // bits 2-4 of the packed byte, 0..7
-    bool has_transparency = false;
-    int transparent_index = -1;   // -1 when the flag is clear
-    int delay_ms = 0;             // delay field times 10
+    int block_size = 0;  // the library's seek fails unless 4
+    int disposal = 0;
+    int transparent_index = -1;  // -1: no transparency
 };
 
 struct Frame {
     int left = 0, top = 0, width = 0, height = 0;
     bool interlaced = false;
     bool has_local_palette = false;
-    std::vector<Rgb> local_palette;   // as many entries as the table declares (2 << size bits)
-    GraphicControl control;           // the control block in force: this frame's own, else the last
-                                      // earlier one (present false when there was none yet)
-    bool has_own_control = false;     // a control block came right before this frame
-    bool has_unknown_extension = false;  // an extension label other than F9 FE FF 01 before it
-    std::vector<uint8_t> indexes;     // width * height, display row order
-    int rows_decoded = 0;             // == height unless giflib failed inside this frame
+    std::vector<Rgb> local_palette;
+    GraphicControl control;        // this frame's own control block (present false when none)
+    bool has_unknown_extension = false;
+    std::vector<uint8_t> indexes;  // width * height, display row order
+    int rows_decoded = 0;          // height unless giflib failed inside the frame
 };
 
 struct Gif {
-    bool ok = false;                  // giflib read the whole file without error
-    std::string error;                // giflib's message when !ok
+    bool ok = false;  // giflib reached the trailer
     int screen_width = 0, screen_height = 0;
-    int color_resolution = 0;
     int background_index = 0;
     bool has_global_palette = false;
     std::vector<Rgb> global_palette;
-    std::vector<Frame> frames;
+    std::vector<Frame> frames;  // those giflib read, the last one possibly cut
 };
 
 Gif load_gif_memory(const uint8_t *data, size_t size);
 
-// Output geometry for a sample size (1..): {out_width, out_height}.
-struct OutSize {
-    int width, height;
-};
-OutSize output_size(const Gif &gif, int sample_size);
+// Frames the library's output can be predicted for: those before the first one with a control
+// block whose size is not 4, a descriptor field above 10000, an unknown extension, rows giflib
+// did not deliver, or a width of screen + 4096 or more.
+size_t predictable_frames(const Gif &gif);
 
-// Palette of the frame as colour words (256 entries, red's low bit cleared, unset beyond).
-std::vector<uint32_t> color_words(const Gif &gif, size_t frame);
+// Output of each predictable frame in format 7 or 8 (none for a screen side above 10000) (out_width * out_height * 4 bytes), the
+// caller's buffer reused from frame to frame (zeros before the first).
+std::vector<std::vector<uint8_t>> compose_frames(const Gif &gif, int sample_size, int format = 7);
 
-// Why the library's output for this file cannot be predicted from giflib's frames (empty when it
-// can): a control block whose size is not 4, a descriptor field above 10000, an unknown
-// extension, a frame giflib did not finish, a frame wider than the screen by 4096 or more.
-// Composition stops before the first frame named here.
-struct Limit {
-    size_t frame;
-    std::string reason;
-};
-std::vector<Limit> unmodelled(const Gif &gif);
+// A single-image decode of the first frame as palette indexes: where the frame does not cover
+// the screen, the transparent index (transparency on) or the background index.
+std::vector<uint8_t> frame_indexes(const Gif &gif, int sample_size = 1);
 
-// Expected format-7 output of each frame the library decodes (frames before the first limit),
-// out_width * out_height * 4 bytes each, the caller's buffer being reused from frame to frame.
-std::vector<std::vector<uint8_t>> compose_frames(const Gif &gif, int sample_size);
-
-// Expected format-13 output of a single-image decode of frame `frame` (the control values in
-// force at that frame): out_width * out_height indexes. When the frame does not cover the screen
-// (left and top 0, width and height at least the screen's), the buffer is first filled with the
-// transparent index when transparency is on, else with the background index.
-std::vector<uint8_t> frame_indexes(const Gif &gif, size_t frame, int sample_size = 1);
-
-// The benchmark's baseline: giflib decoding from memory (DGifOpen over the bytes, DGifSlurp), then
-// palette expansion and the composition above at sample size 1. Calls on_frame with each frame's
-// RGBA (screen_width * screen_height * 4 bytes, valid during the call). Returns the number of
-// frames, or -1 when giflib fails.
+// The benchmark's baseline: giflib from memory, then the composition above at sample size 1
+// written for speed. Calls on_frame with each frame's RGBA; returns the frame count or -1.
 int giflib_decode_rgba(const uint8_t *data, size_t size,
                        const std::function<void(const uint8_t *rgba, size_t frame)> &on_frame = {});
 
