@@ -146,6 +146,9 @@ TEST(GifAnimation, ResultsDelaysAndDirectMode) {
         EXPECT_EQ(animation.delays, (std::vector<uint32_t>{70, 90, 0}));  // the next frame's; 0 at the end
         EXPECT_EQ(animation.frames.at(2), filled(3, 4));
     }
+    // Frame mode writes nothing for palette indexes.
+    const Bytes wide = GifBuilder(8, 1, kPalette).image(0, 0, 8, 1, Bytes(8, 1)).trailer().bytes();
+    EXPECT_EQ(decode_animation(wide, KOVRADALT_FORMAT_INDEX8, 1).frames.at(0), Bytes(8, kU));
     GifSession direct(three_frames(), KOVRADALT_FORMAT_INDEX8, 1, false);
     for (uint8_t frame = 1; frame <= 3; ++frame) {
         Bytes out(4, kU);

@@ -175,6 +175,7 @@ TEST(GifLzwSteps, TableAndBufferSteps) {
     EXPECT_EQ(DALTI_TranslateCode(11, &tables, 5, line, &status, 8), 3);
     EXPECT_EQ(Bytes(line + 5, line + 8), (Bytes{3, 5, 7}));
     EXPECT_EQ(status, 0);
+    EXPECT_EQ(DALTI_TranslateCode(3, &tables, 0, line, &status, 1), 3);  // ends at 1, the limit
     EXPECT_EQ(DALTI_TranslateCode(11, &tables, 6, line, &status, 8), 0);  // would end at 9 > 8
     EXPECT_EQ(status, -1);
     DALTI_WriteCharacter(0x1FF, 7, line);
