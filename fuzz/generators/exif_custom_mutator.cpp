@@ -7,7 +7,6 @@
 
 #include "fuzz/generators/custom_mutator.h"
 #include "fuzz/generators/exif_generator.h"
-#include "fuzz/generators/exif_mutation.h"
 
 extern "C" size_t LLVMFuzzerCustomMutator(uint8_t *data, size_t size, size_t max_size, unsigned int seed) {
     using namespace kovra::fuzz;

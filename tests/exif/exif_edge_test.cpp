@@ -40,6 +40,7 @@ const RecordCase kRecordCases[] = {
     {"IFD0 entries run past the data", [](Tiff &t) { t.ifd0(t.ifd({{kMake, ASCII, 4, kOk}})); t.put(8, 2, 2); }, 1, ""},
     {"IFD0 next offset past the data", [](Tiff &t) { t.ifd0(t.ifd({{kMake, ASCII, 4, kOk}, {kOrientation, SHORT, 1, 3}})); t.b.resize(8 + 2 + 24); },
      1, "make=\"Ok!\" orientation=3"},
+    {"IFD1 past the data", [](Tiff &t) { t.ifd0(8).ifd({{kMake, ASCII, 4, kOk}}, 27); t.b.resize(28); }, 1, "make=\"Ok!\""},
     {"IFD0 at the very end", [](Tiff &t) { t.ifd0(8); }, 0, ""},
     {"IFD0 one byte before the end", [](Tiff &t) { t.ifd0(8), t.b.resize(9); }, 1, ""},
     {"mixed byte order marks", [](Tiff &t) { t.ifd0(t.ifd({{kMake, ASCII, 4, kOk}})); t.b[1] ^= 'I' ^ 'M'; }, 0, ""},
@@ -294,6 +295,7 @@ TEST(ExifSegment, ChecksOfTheBufferReader) {
     EXPECT_EQ(created(app1, app1.size(), 3, 7), "null");  // segment length 7
     EXPECT_EQ(created(app1, app1.size(), 10, 'X'), "null");
     EXPECT_EQ(DALTJ_ReadExifInfo(nullptr, 0, 8, nullptr), 0);
+    EXPECT_EQ(DALTJ_ReadExifInfo(app1.data(), 0, 8, nullptr), 0);
 }
 
 // Every allocation failure leaves a partial record and no leak (LeakSanitizer watches), through a
