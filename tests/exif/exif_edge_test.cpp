@@ -267,7 +267,7 @@ TEST(JpegResolution, Layouts) {
         {"no SOI", concat({{0xFF, 0xD9}, Bytes(thumb.begin() + 2, thumb.end())}), 201, 7, 7},
         {"12-bit precision", concat({{0xFF, 0xD8}, segment(0xC0, {12, 0, 1, 0, 1, 1, 1, 0x11, 0}), segment(0xDA, {})}), 201, 7, 7},
         {"cut inside the frame header", Bytes(thumb.begin(), thumb.begin() + 12), 201, 7, 7},
-        {"a table length below 2", concat({{0xFF, 0xD8, 0xFF, 0xDB, 0, 1}, Bytes(30, 0)}), 201, 7, 7},
+        {"a table length below 2", concat({{0xFF, 0xD8, 0xFF, 0xDB, 0, 1}, frame_header(5, 6), segment(0xDA, Bytes(20, 0))}), 201, 7, 7},
         {"no scan", concat({{0xFF, 0xD8}, frame_header(5, 6)}), 201, 5, 6},
     };
     for (const auto &row : rows) {
