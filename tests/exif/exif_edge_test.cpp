@@ -244,6 +244,16 @@ TEST(TiffReaderCases, BoundsAllocationFailuresAndRefusals) {
                   EXPECT_EQ(DALTJ_ReadTiffInfo(nullptr, &w, 0, size, 0), 0);
                   return DALTJ_ReadTiffInfo(nullptr, &w, 0, size, 0);
               }), 0);
+    // Called directly, the IFD walk answers the next IFD's offset, or 0 once a seek failed.
+    for (auto [sub_ifds, next] : {std::pair{0u, 0x1234}, {0x80000000u, 0}}) {
+        Tiff direct(true);
+        const uint32_t ifd = direct.ifd({{330, LONG, 1, sub_ifds}, {513, LONG, 1, 5}}, 0x1234);
+        EXPECT_EQ(through_window(SourceKind::kMemory, direct.b, [ifd](DALTJ_ByteWindow &w, uint32_t size) {
+                      DALTJ_TiffInfo info{};
+                      DALTJ_CheckBuffer(&w, 2);
+                      return static_cast<int32_t>(DALTJ_ReadTiffIFDInfo(&info, &w, ifd, size, 1, 0));
+                  }), next) << sub_ifds;
+    }
     MemoryStream empty;  // claims 64 bytes, delivers none
     KOVRADALT_DecInfo *dec = KOVRADALT_CreateDecInfoWithStream(&empty, 64, MemoryStream::read, MemoryStream::skip, MemoryStream::rewind, 0, 0);
     uint8_t *buffer = DALTJ_AllocateStreamBuffer(dec->io);
