@@ -156,12 +156,14 @@ uint32_t list_of(Tiff &t, uint32_t ifd) {
 }
 
 // A chain of `depth` sub-IFDs; each level's SubIFDs entry comes first, then 513 = 100 + level.
-void nested(Tiff &t, int depth) {
+// Returns IFD0's offset.
+uint32_t nested(Tiff &t, int depth) {
     uint32_t inner = t.ifd({{513, LONG, 1, 100u + depth}});
     for (int level = depth - 1; level >= 1; --level) {
-        inner = t.ifd({{330, LONG, 2, list_of(t, inner)}, {513, LONG, 1, 100u + level}});
+        inner = t.ifd({{330, LONG, 2, list_of(t, inner)}, {513, LONG, 1, 100u + level}}, level == 1 ? 0x1234 : 0);
     }
     t.ifd0(inner);
+    return inner;
 }
 
 // The TIFF-file reader over every source kind, in both byte orders: result and jpeg_offset
@@ -231,15 +233,19 @@ TEST(TiffReaderCases, BoundsAllocationFailuresAndRefusals) {
     const uint32_t list = loop.add(Bytes(8, 0)), a = loop.ifd({{330, LONG, 2, list}});
     loop.put(list, a, 4), loop.ifd0(loop.ifd({{330, LONG, 2, list}})), loop.b.resize(4u << 20);
     EXPECT_EQ(read_tiff(SourceKind::kMemory, loop.b, &offset), 1);
-    // Past 8 levels the walk keeps its levels on the heap; when that allocation fails it stops.
+    // Past 8 levels the walk keeps its levels on the heap; when that allocation fails it stops
+    // and, called directly, answers 0 instead of the next IFD's offset.
     Tiff deep(true);
-    nested(deep, 12);
-    EXPECT_EQ(through_window(SourceKind::kMemory, deep.b, [](DALTJ_ByteWindow &w, uint32_t size) {
-                  DALTJ_TiffInfo info{};
-                  AllocationFailure failure(1);
-                  DALTJ_ReadTiffInfo(&info, &w, 0, size, 0);
-                  return static_cast<int32_t>(info.jpeg_offset);
-              }), 0);
+    const uint32_t top = nested(deep, 12);
+    for (long allowed : {1L, 2L}) {
+        EXPECT_EQ(through_window(SourceKind::kMemory, deep.b, [top, allowed](DALTJ_ByteWindow &w, uint32_t size) {
+                      DALTJ_TiffInfo info{};
+                      DALTJ_CheckBuffer(&w, 2);
+                      AllocationFailure failure(allowed);
+                      const uint32_t next = DALTJ_ReadTiffIFDInfo(&info, &w, top, size, 1, 0);
+                      return static_cast<int32_t>(next + info.jpeg_offset);
+                  }), allowed == 1 ? 0 : 0x1234 + 101) << allowed;
+    }
     EXPECT_EQ(through_window(SourceKind::kMemory, deep.b, [](DALTJ_ByteWindow &w, uint32_t size) {
                   EXPECT_EQ(DALTJ_ReadTiffInfo(nullptr, &w, 0, size, 0), 0);
                   return DALTJ_ReadTiffInfo(nullptr, &w, 0, size, 0);
