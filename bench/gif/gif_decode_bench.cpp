@@ -12,7 +12,8 @@
 // what a host sees unless it tunes its allocator; see the README). Times are the child thread's
 // CPU time (user and system, page faults included); files, decoders and repetitions are
 // interleaved and each figure is the median of the repetitions. The table gives, per file, this
-// library's rates and each peer's speed relative to it, then geometric means of the ratios.
+// library's rates and each peer's speed relative to it ("frm!=" where the peer delivers another
+// number of frames, left out of the means), then geometric means of the ratios.
 
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -220,6 +221,7 @@ void print_table(const std::vector<File> &files, const std::vector<Decoder> &dec
             const double warm = p.warm_ns / k.warm_ns;
             const double cold = p.cold_ns / k.cold_ns;
             std::printf("%-6s %5.2f %5.2f | ", p.frames == k.frames ? "" : "frm!=", warm, cold);
+            if (p.frames != k.frames) continue;  // different work: shown, not averaged
             for (int which : {g, 3}) {
                 means[d][which][0].add(warm);
                 means[d][which][1].add(cold);
