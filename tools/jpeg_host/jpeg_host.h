@@ -15,6 +15,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace kovra::jpeg_host {
@@ -51,10 +52,31 @@ struct Description {
 // Y, Cb, Cr one after the other (chroma replicated to full size; 128 for a grey image).
 enum class Format { rgba, grey, planar };
 
+// Bytes that a vector grows by are left as they come: the decode writes every byte of a picture,
+// so filling them first would be a wasted pass over it.
+template <class T>
+struct UnfilledAllocator : std::allocator<T> {
+    template <class U>
+    struct rebind {
+        using other = UnfilledAllocator<U>;
+    };
+    UnfilledAllocator() = default;
+    template <class U>
+    UnfilledAllocator(const UnfilledAllocator<U> &) noexcept {}
+    template <class U>
+    void construct(U *p) noexcept {
+        ::new (static_cast<void *>(p)) U;
+    }
+    template <class U, class... Args>
+    void construct(U *p, Args &&...args) {
+        ::new (static_cast<void *>(p)) U(std::forward<Args>(args)...);
+    }
+};
+
 struct Picture {
     uint32_t width = 0, height = 0;
     Format format = Format::rgba;
-    std::vector<uint8_t> pixels;
+    std::vector<uint8_t, UnfilledAllocator<uint8_t>> pixels;
 };
 
 struct DecodeOptions {

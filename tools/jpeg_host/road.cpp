@@ -223,8 +223,8 @@ void Road::build_lists(Component &k) {
 }
 
 // Sizes the picture for the decode (`allocate`: the first or only road over it). Every sample is
-// written by the decode, so a picture that already has the size keeps its buffer as it is (a caller
-// decoding image after image pays for no fill); only a grey image's planar chroma is set, to 128.
+// written by the decode, so the buffer is neither filled when it grows nor cleared when it already
+// has the size; only a grey image's planar chroma is set, to 128.
 void Road::set_output(Picture &out, bool allocate) {
     const size_t plane = size_t{width_} * height_;
     out.width = width_;

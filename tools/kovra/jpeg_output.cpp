@@ -93,7 +93,7 @@ bool encode_output(const Picture &picture, JpegOutput output, std::vector<uint8_
         return encode_png({static_cast<int>(picture.width), static_cast<int>(picture.height), true, picture.pixels.data(),
                            grey_palette()},
                           bytes, problem);
-    case JpegOutput::yuv444: *bytes = picture.pixels; return true;
+    case JpegOutput::yuv444: bytes->assign(picture.pixels.begin(), picture.pixels.end()); return true;
     case JpegOutput::yuv420: *bytes = yuv420_planes(picture); return true;
     }
     return false;
