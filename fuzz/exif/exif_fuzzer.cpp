@@ -1,19 +1,11 @@
-// Arbitrary bytes through the EXIF and TIFF readers, each run taking all four roads:
-//   1. the bytes as a JPEG source (caller memory, a caller stream, a caller's FILE or a path,
-//      all serving the same bytes), searched through a byte window by DALTJ_GetExifInfo;
-//   2. an APP1 segment for DALTJ_CreatExifInfoUseExifBuffer: from the first 0xFF 0xE1 in the
-//      bytes when there is one (so the corpus's real segments are reached), else the bytes as
-//      they are;
-//   3. the bytes as a TIFF file for DALTJ_ReadTiffInfo (a source of the same kind as road 1),
-//      with the source's size as the length;
-//   4. the exported readers of TIFF data in memory, over the TIFF data that follows the first
-//      "Exif" 0 0 (else the whole input): the IFD0, EXIF and GPS readers at the offset the
-//      header names, the entry decoder at the first entry there, and the frame-header search
-//      for a thumbnail's size over the whole input.
-// The last input byte picks the source kind of roads 1 and 3 (bits 0 and 3, see source_kind)
-// and, when bit 1 is set, makes the allocations of road 1 fail after the number in bits 2..7;
-// with bit 1 clear, bit 2 sends road 1 through DALTJ_GetTiffInfo instead. Every string and block
-// of every record is read to its end and then freed, so a missing terminator or a leak shows.
+// Arbitrary bytes through the EXIF and TIFF readers, four roads a run: the bytes as a JPEG
+// source searched by DALTJ_GetExifInfo (or DALTJ_GetTiffInfo); an APP1 segment (from the first
+// 0xFF 0xE1, else the bytes as they are) for DALTJ_CreatExifInfoUseExifBuffer; the bytes as a TIFF
+// file for DALTJ_ReadTiffInfo; and the exported IFD readers, entry decoder and frame-header search
+// over the TIFF data after the first "Exif" 0 0 (else the whole input). The last byte picks the
+// source kind (bits 0 and 3, see source_kind), and with bit 1 set makes road 1's allocations fail
+// after the number in bits 2..7 (bit 1 clear: bit 2 picks DALTJ_GetTiffInfo). Every string and
+// block is read to its end and freed, so a missing terminator or a leak shows.
 
 #include <algorithm>
 #include <cstddef>
