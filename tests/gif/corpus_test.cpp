@@ -26,8 +26,13 @@ TEST(GifCorpusIndexes, BricksMatchTheShippedIndexes) {
 
 TEST(GifCorpusIndexes, MuybridgeFramesMatchTheShippedIndexes) {
     KOVRA_REQUIRE_CORPUS();
-    GifSession session(wuffs_file("muybridge.gif"), KOVRADALT_FORMAT_INDEX8, 1, false);
+    // Also the frame path (no peer needed, so on every leg): its full-screen opaque frames in
+    // format 7 are the global palette's colours of those indexes, red's lowest bit cleared.
+    const std::vector<uint8_t> gif = wuffs_file("muybridge.gif");
+    GifSession session(gif, KOVRADALT_FORMAT_INDEX8, 1, false);
     ASSERT_TRUE(session.parsed());
+    const Animation animation = decode_animation(gif, KOVRADALT_FORMAT_RGBA32, 1);
+    ASSERT_EQ(animation.frames.size(), 15u);
     for (int frame = 0; frame < 15; ++frame) {
         char name[64];
         std::snprintf(name, sizeof name, "muybridge-frame-%03d.indexes", frame);
@@ -37,6 +42,9 @@ TEST(GifCorpusIndexes, MuybridgeFramesMatchTheShippedIndexes) {
         EXPECT_EQ(out, wuffs_file(name));
         const int32_t more = DALTI_SeekImageData(nullptr, session.gif());
         EXPECT_EQ(more, frame < 14 ? 1 : 0);
+        Bytes rgba;
+        for (uint8_t i : out) rgba.insert(rgba.end(), {uint8_t(gif[13 + 3 * i] & 0xFE), gif[14 + 3 * i], gif[15 + 3 * i], 255});
+        EXPECT_EQ(animation.frames[frame], rgba);
     }
 }
 

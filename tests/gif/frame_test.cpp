@@ -284,6 +284,10 @@ TEST(GifFrameCache, RevisitedFramesComeFromTheCache) {
     EXPECT_EQ(large, Bytes(large.size(), kU));
     GifSession other(three_frames(), KOVRADALT_FORMAT_RGBA32, 1, true);
     EXPECT_EQ(decode_cached(other, out, 0, &cache, delays), 0);
+    GifSession tiny(GifBuilder(1, 1, kPalette).image(0, 0, 1, 1, {2}).trailer().bytes(), KOVRADALT_FORMAT_RGBA32, 1, true);
+    Cache one_pixel;
+    EXPECT_EQ(decode_cached(tiny, out, 0, &one_pixel, delays, 1), 3);
+    EXPECT_EQ(Bytes(out.begin(), out.begin() + 4), filled(2, 1));
 }
 
 TEST(GifFrameCache, WithoutACacheDelaysOrMemoryTheFrameIsDecoded) {

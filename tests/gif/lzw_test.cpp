@@ -112,6 +112,9 @@ TEST(GifLzw, TruncatedDataKeepsTheRowsDecoded) {
     }
     EXPECT_GT(results[0], 0);
     EXPECT_GT(results[1], 0);
+    // Nothing at all after the code size byte.
+    const IndexImage none = decode_indexes(GifBuilder(2, 1, test_palette(4)).raw({0x2C, 0, 0, 0, 0, 2, 0, 1, 0, 0, 2}).bytes());
+    EXPECT_EQ(none.parsed && none.result == 0, true);
 }
 
 TEST(GifLzw, LineBufferEnd) {
