@@ -6,8 +6,8 @@
 // when the source runs dry. A segment longer than the window is skipped by seeking the source.
 //
 // When the block is found its TIFF data (the segment after "Exif" 0 0) is read whole into a
-// buffer owned here for the duration of the call — or, for memory sources, looked at in place —
-// and handed to the EXIF record reader. The window is left empty, positioned after the block.
+// buffer owned here for the duration of the call — or, for memory sources, looked at in place
+// with no buffer at all — and handed to the EXIF record reader. The window is left empty, positioned after the block.
 //
 // A request to the window that leaves fewer bytes than asked for is treated like a failed
 // request: those bytes are beyond the end of the source, so no EXIF block can follow.
@@ -49,35 +49,43 @@ uint32_t take_be16(DALTJ_ByteWindow *window) {
     return value;
 }
 
-bool is_skipped_segment(uint8_t m) {
+constexpr bool is_skipped_segment(uint8_t m) {
     return m == 0xC0 || m == 0xC2 || m == 0xC4 || m == 0xDA || m == 0xDB || m == 0xDD ||
            (m >= 0xE0 && m <= 0xEF) || m == 0xDC || m == 0xFE;
 }
 
-// Markers the walk acts on; after any other byte following 0xFF (a stuffed 0x00 in scan data, a
-// restart marker) it just goes on scanning.
-bool is_handled_marker(uint8_t m) { return m == kApp1 || m == kMarkerPrefix || is_skipped_segment(m); }
+// Markers the walk acts on, as a table: the scan through entropy-coded data asks once per 0xFF.
+// After any other byte following 0xFF (a stuffed 0x00 in scan data, a restart marker) the walk
+// just goes on scanning.
+struct HandledMarkers {
+    bool handled[256] = {};
+    constexpr HandledMarkers() {
+        for (int m = 0; m < 256; ++m) {
+            const auto byte = static_cast<uint8_t>(m);
+            handled[m] = byte == kApp1 || byte == kMarkerPrefix || is_skipped_segment(byte);
+        }
+    }
+};
+constexpr HandledMarkers kHandled;
 
 // Consumes bytes up to the next 0xFF that starts a handled marker, refilling as the byte-by-byte
 // walk would; false when the source runs dry first. A 0xFF whose next byte is not yet in the
 // window is left for the caller, which refills before reading that byte.
 bool skip_to_marker_prefix(DALTJ_ByteWindow *window) {
     for (;;) {
-        while (window->avail > 0) {
-            const uint8_t *first = window->data + window->pos;
-            const auto *found =
-                static_cast<const uint8_t *>(std::memchr(first, kMarkerPrefix, static_cast<size_t>(window->avail)));
-            if (found == nullptr) {
-                consume(*window, window->avail);
-                break;
-            }
-            const auto at = static_cast<int32_t>(found - first);
-            if (at + 1 >= window->avail || is_handled_marker(found[1])) {
-                consume(*window, at);
+        const uint8_t *first = window->data + window->pos;
+        const uint8_t *end = first + window->avail;
+        const uint8_t *at = first;
+        while (at < end) {
+            at = static_cast<const uint8_t *>(std::memchr(at, kMarkerPrefix, static_cast<size_t>(end - at)));
+            if (at == nullptr) break;
+            if (at + 1 == end || kHandled.handled[at[1]]) {
+                consume(*window, static_cast<int32_t>(at - first));
                 return true;
             }
-            consume(*window, at + 2);
+            at += 2;
         }
+        consume(*window, window->avail);
         if (!fill(window, 1)) return false;
     }
 }
@@ -98,9 +106,13 @@ bool skip_bytes(DALTJ_ByteWindow *window, int32_t count) {
 
 // Reads `length` bytes of TIFF data at `position` and fills the record from them.
 int32_t read_tiff_block(DALTJ_ByteWindow *window, int32_t position, int32_t length, DALTJ_ExifInfo *info) {
-    auto *buffer = static_cast<uint8_t *>(KOVRADALT_OsMalloc(static_cast<uint32_t>(length)));
-    if (buffer == nullptr) return 0;
     KOVRADALT_IO *io = window->io;
+    // A memory source hands out a pointer into its memory: no buffer to fill.
+    uint8_t *buffer = nullptr;
+    if (!kovra::io::is_memory_kind(io->kind)) {
+        buffer = static_cast<uint8_t *>(KOVRADALT_OsMalloc(static_cast<uint32_t>(length)));
+        if (buffer == nullptr) return 0;
+    }
     uint8_t *bytes = buffer;
     const int32_t got = KOVRADALT_Seek_IO(io, position, SEEK_SET) < 0 ? 0 : KOVRADALT_Read_IO2(io, &bytes, length);
     if (got <= 0) {
