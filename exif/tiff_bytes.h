@@ -22,17 +22,23 @@ struct TiffBytes {
     uint32_t u16(uint64_t offset) const {
         uint8_t b[2];
         fetch(offset, b, 2);
-        return little_endian ? (b[0] | b[1] << 8) : (b[0] << 8 | b[1]);
+        return u16_of(b);
     }
 
     uint32_t u32(uint64_t offset) const {
         uint8_t b[4];
         fetch(offset, b, 4);
+        return u32_of(b);
+    }
+
+    // The 16- and 32-bit values of bytes already fetched, in the data's byte order.
+    uint32_t u16_of(const uint8_t *b) const { return little_endian ? (b[0] | b[1] << 8) : (b[0] << 8 | b[1]); }
+    uint32_t u32_of(const uint8_t *b) const {
         const uint32_t b0 = b[0], b1 = b[1], b2 = b[2], b3 = b[3];
         return little_endian ? (b0 | b1 << 8 | b2 << 16 | b3 << 24) : (b0 << 24 | b1 << 16 | b2 << 8 | b3);
     }
 
-    // `n` (at most 4) bytes from `offset`, with the bounds test made once when they all exist.
+    // `n` (a small constant) bytes from `offset`, with the bounds test made once when they all exist.
     void fetch(uint64_t offset, uint8_t *out, int n) const {
         if (offset + static_cast<uint64_t>(n) <= readable) {
             std::memcpy(out, base + offset, static_cast<size_t>(n));
