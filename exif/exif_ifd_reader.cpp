@@ -85,8 +85,12 @@ bool read_exif_ifds(const TiffBytes &data, IfdRun *runs, uint32_t n, DALTJ_ExifI
     if (!heap.resize(n)) return false;
     LatestEntries<kExifRows> latest;
     visit_latest_entries(runs, n, heap.data(), [&](uint64_t at, uint32_t walk) {
+        const int row = tag_row(kExifRules, data.u16(at));
+        if (row < 0) return;
         DALTJ_ExifField field;
-        if (decode_entry(data, static_cast<uint32_t>(at), &field)) latest.offer(rule_row(kExifRules, field), field, walk, at);
+        if (decode_entry(data, static_cast<uint32_t>(at), &field) && meets_rule(kExifRules[row], field)) {
+            latest.offer(row, field, walk, at);
+        }
     });
     return latest.store_each([&](const DALTJ_ExifField &f) { return store_exif_field(data, f, info); });
 }

@@ -22,17 +22,27 @@ struct TagRule {
     uint32_t count;  // the exact count required, or kAnyCount
 };
 
+// Index of the row for `tag` in `rules`, else -1. Readers that look an entry's tag up before
+// decoding the rest pass over the entries no row wants at the cost of one 16-bit read.
+template <uint32_t kRows>
+int tag_row(const TagRule (&rules)[kRows], uint32_t tag) {
+    for (uint32_t row = 0; row < kRows; ++row) {
+        if (rules[row].tag == tag) return static_cast<int>(row);
+    }
+    return -1;
+}
+
+// True when the field has the type and count its rule requires.
+inline bool meets_rule(const TagRule &rule, const DALTJ_ExifField &field) {
+    const bool type_ok = rule.type == kShortOrLong ? is_short_or_long(field) : field.type == rule.type;
+    return type_ok && (rule.count == kAnyCount || field.count == rule.count);
+}
+
 // Index of the entry's row in `rules` when the entry has that row's type and count, else -1.
 template <uint32_t kRows>
 int rule_row(const TagRule (&rules)[kRows], const DALTJ_ExifField &field) {
-    for (uint32_t row = 0; row < kRows; ++row) {
-        const TagRule &rule = rules[row];
-        if (rule.tag != field.tag) continue;
-        const bool type_ok = rule.type == kShortOrLong ? is_short_or_long(field) : field.type == rule.type;
-        const bool count_ok = rule.count == kAnyCount || field.count == rule.count;
-        return type_ok && count_ok ? static_cast<int>(row) : -1;
-    }
-    return -1;
+    const int row = tag_row(rules, field.tag);
+    return row >= 0 && meets_rule(rules[row], field) ? row : -1;
 }
 
 // The last entry offered for each row. Reading order is (walk, entry offset): entries of a later
