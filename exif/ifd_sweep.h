@@ -30,6 +30,10 @@ struct IfdRun {
 // among the runs that hold it. Reorders `runs`; `heap` has room for `n` indexes.
 template <class Visit>
 void visit_latest_entries(IfdRun *runs, uint32_t n, uint32_t *heap, Visit &&visit) {
+    if (n == 1) {  // the usual case, one EXIF IFD: its entries in order
+        for (uint64_t at = runs[0].first_entry; at < runs[0].end(); at += kEntryBytes) visit(at, runs[0].walk);
+        return;
+    }
     std::sort(runs, runs + n, [](const IfdRun &a, const IfdRun &b) {
         return a.grid() != b.grid() ? a.grid() < b.grid() : a.first_entry < b.first_entry;
     });
