@@ -85,7 +85,7 @@ bool read_exif_ifds(const TiffBytes &data, IfdRun *runs, uint32_t n, DALTJ_ExifI
     if (!heap.resize(n)) return false;
     LatestEntries<kExifRows> latest;
     visit_latest_entries(runs, n, heap.data(), [&](uint64_t at, uint32_t walk) {
-        const int row = tag_row(kExifRules, data.u16(at));
+        const int row = tag_row<kExifRules>(data.u16(at));
         if (row < 0) return;
         DALTJ_ExifField field;
         if (decode_entry(data, static_cast<uint32_t>(at), &field) && meets_rule(kExifRules[row], field)) {

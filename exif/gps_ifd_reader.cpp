@@ -74,8 +74,9 @@ bool store_gps_field(const TiffBytes &data, const DALTJ_ExifField &f, DALTJ_GpsI
 
 uint32_t read_gps_ifd(const TiffBytes &data, uint32_t offset, DALTJ_GpsInfo *gps) {
     LatestEntries<kGpsRows> latest;
-    const IfdWalk walk = walk_ifd(data, offset, [&](const DALTJ_ExifField &f, uint32_t at) {
-        latest.offer(rule_row(kGpsRules, f), f, 0, at);
+    const auto wants = [](uint32_t tag) { return tag_row<kGpsRules>(tag) >= 0; };
+    const IfdWalk walk = walk_ifd(data, offset, wants, [&](const DALTJ_ExifField &f, uint32_t at) {
+        latest.offer(rule_row<kGpsRules>(f), f, 0, at);
         return true;
     });
     const bool stored = latest.store_each([&](const DALTJ_ExifField &f) { return store_gps_field(data, f, gps); });

@@ -107,9 +107,12 @@ struct SubIfds {
 uint32_t read_ifd0(const TiffBytes &data, uint32_t offset, DALTJ_ExifInfo *info) {
     LatestEntries<kIfd0Rows> latest;
     SubIfds sub_ifds;
-    const IfdWalk walk = walk_ifd(data, offset, [&](const DALTJ_ExifField &f, uint32_t at) {
+    const auto wants = [](uint32_t tag) {
+        return tag == kExifIfdPointer || tag == kGpsIfdPointer || tag_row<kIfd0Rules>(tag) >= 0;
+    };
+    const IfdWalk walk = walk_ifd(data, offset, wants, [&](const DALTJ_ExifField &f, uint32_t at) {
         if (f.tag == kExifIfdPointer || f.tag == kGpsIfdPointer) return sub_ifds.note(data, f);
-        latest.offer(rule_row(kIfd0Rules, f), f, 0, at);
+        latest.offer(rule_row<kIfd0Rules>(f), f, 0, at);
         return true;
     });
     const bool stored = latest.store_each([&](const DALTJ_ExifField &f) { return store_ifd0_field(data, f, info); });

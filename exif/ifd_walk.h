@@ -45,17 +45,25 @@ struct IfdWalk {
 };
 
 // Visitor: bool(const DALTJ_ExifField &field, uint32_t entry_offset) returning false to stop.
-template <class Visitor>
-IfdWalk walk_ifd(const TiffBytes &data, uint32_t offset, Visitor &&visit) {
+// Wants: bool(uint32_t tag); an entry whose tag it does not want is passed over undecoded (for a
+// reader whose visitor would do nothing with it).
+template <class Wants, class Visitor>
+IfdWalk walk_ifd(const TiffBytes &data, uint32_t offset, Wants &&wants, Visitor &&visit) {
     const IfdSpan span = ifd_span(data, offset);
     if (!span.fits) return {false, 0};
     for (uint32_t k = 0; k < span.count; ++k) {
         const auto entry_offset = static_cast<uint32_t>(span.entry(k));
+        if (!wants(data.u16(entry_offset))) continue;
         DALTJ_ExifField field;
         if (!decode_entry(data, entry_offset, &field)) continue;
         if (!visit(static_cast<const DALTJ_ExifField &>(field), entry_offset)) return {false, 0};
     }
     return {true, ifd_successor(data, span)};
+}
+
+template <class Visitor>
+IfdWalk walk_ifd(const TiffBytes &data, uint32_t offset, Visitor &&visit) {
+    return walk_ifd(data, offset, [](uint32_t) { return true; }, visit);
 }
 
 }  // namespace kovra::exif

@@ -22,14 +22,41 @@ struct TagRule {
     uint32_t count;  // the exact count required, or kAnyCount
 };
 
-// Index of the row for `tag` in `rules`, else -1. Readers that look an entry's tag up before
-// decoding the rest pass over the entries no row wants at the cost of one 16-bit read.
-template <uint32_t kRows>
-int tag_row(const TagRule (&rules)[kRows], uint32_t tag) {
-    for (uint32_t row = 0; row < kRows; ++row) {
-        if (rules[row].tag == tag) return static_cast<int>(row);
+// A rules table's rows by tag: slot tag % kModulus holds the row, for the smallest modulus under
+// which the table's tags fall into distinct slots (a table that named a tag twice would have
+// none, and would not compile). A look-up is a division by a constant and one compare: every
+// entry of an IFD is looked up, and most are tags no row wants.
+template <const auto &kRules>
+struct TagSlots {
+    static constexpr uint32_t kRows = sizeof kRules / sizeof kRules[0];
+    static constexpr uint32_t modulus() {
+        for (uint32_t m = kRows;; ++m) {
+            bool distinct = true;
+            for (uint32_t i = 0; i < kRows; ++i) {
+                for (uint32_t j = i + 1; j < kRows; ++j) distinct = distinct && kRules[i].tag % m != kRules[j].tag % m;
+            }
+            if (distinct) return m;
+        }
     }
-    return -1;
+    static constexpr uint32_t kModulus = modulus();
+    struct Rows {
+        int8_t of[kModulus];
+    };
+    static constexpr Rows kRowOf = [] {
+        Rows rows{};
+        for (int8_t &row : rows.of) row = -1;
+        for (uint32_t row = 0; row < kRows; ++row) rows.of[kRules[row].tag % kModulus] = static_cast<int8_t>(row);
+        return rows;
+    }();
+};
+
+// Index of the row for `tag` in kRules, else -1. Readers look an entry's tag up before decoding
+// the rest, so entries no row wants cost one 16-bit read.
+template <const auto &kRules>
+int tag_row(uint32_t tag) {
+    using Slots = TagSlots<kRules>;
+    const int row = Slots::kRowOf.of[tag % Slots::kModulus];
+    return row >= 0 && kRules[row].tag == tag ? row : -1;
 }
 
 // True when the field has the type and count its rule requires.
@@ -38,11 +65,11 @@ inline bool meets_rule(const TagRule &rule, const DALTJ_ExifField &field) {
     return type_ok && (rule.count == kAnyCount || field.count == rule.count);
 }
 
-// Index of the entry's row in `rules` when the entry has that row's type and count, else -1.
-template <uint32_t kRows>
-int rule_row(const TagRule (&rules)[kRows], const DALTJ_ExifField &field) {
-    const int row = tag_row(rules, field.tag);
-    return row >= 0 && meets_rule(rules[row], field) ? row : -1;
+// Index of the entry's row in kRules when the entry has that row's type and count, else -1.
+template <const auto &kRules>
+int rule_row(const DALTJ_ExifField &field) {
+    const int row = tag_row<kRules>(field.tag);
+    return row >= 0 && meets_rule(kRules[row], field) ? row : -1;
 }
 
 // The last entry offered for each row. Reading order is (walk, entry offset): entries of a later
@@ -53,28 +80,31 @@ public:
     void offer(int row, const DALTJ_ExifField &entry, uint32_t walk, uint64_t at) {
         if (row < 0) return;
         Kept &kept = kept_[row];
-        if (kept.met && (kept.walk > walk || (kept.walk == walk && kept.at > at))) return;
-        kept = Kept{true, walk, at, entry};
+        if (met_[row] && (kept.walk > walk || (kept.walk == walk && kept.at > at))) return;
+        met_[row] = true;
+        kept = Kept{walk, at, entry};
     }
 
     // Calls store(entry) for each row that met an entry, in row order; false as soon as one store
     // fails (memory ran out), leaving the rows after it unstored.
     template <class Store>
     bool store_each(Store &&store) const {
-        for (const Kept &kept : kept_) {
-            if (kept.met && !store(kept.entry)) return false;
+        for (uint32_t row = 0; row < kRows; ++row) {
+            if (met_[row] && !store(kept_[row].entry)) return false;
         }
         return true;
     }
 
 private:
     struct Kept {
-        bool met;
         uint32_t walk;
         uint64_t at;
         DALTJ_ExifField entry;
     };
-    Kept kept_[kRows] = {};
+    // Only the flags start cleared: a row's entry is written before its flag is set, and read
+    // only after.
+    bool met_[kRows] = {};
+    Kept kept_[kRows];
 };
 
 }  // namespace kovra::exif
