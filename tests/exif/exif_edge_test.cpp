@@ -196,6 +196,12 @@ TEST(TiffReaderCases, EverySourceKind) {
              t.ifd0(t.ifd({{330, LONG, 2, list}}));
              uint32_t sub = t.ifd({{513, LONG, 1, 77}});
              t.put(list, sub, 4), t.put(sub, 9, 2); }, 1, 77, 77},
+        {"a sub-IFD whose entries pass the length by 2 bytes", [](Tiff &t) {
+             uint32_t list = t.add(Bytes(8, 0));
+             t.ifd0(t.ifd({{330, LONG, 2, list}}));
+             uint32_t sub = t.ifd({{513, LONG, 1, 77}});
+             t.put(list, sub, 4), t.b.resize(t.size() + (12 - (t.size() + 2) % 12) % 12), t.put(sub, (t.size() + 2) / 12, 2); },
+         1, 0, 0},
         {"IFD0 beyond the window's buffer", [](Tiff &t) { t.b.resize(20000); t.ifd0(t.ifd({{513, LONG, 1, 42}})); }, 1, 42, 0},
         {"a parent reads on in the window its descent reloaded", [](Tiff &t) {
              uint32_t b = t.ifd({{513, LONG, 1, 2222}});
