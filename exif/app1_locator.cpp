@@ -77,8 +77,11 @@ bool skip_to_marker_prefix(DALTJ_ByteWindow *window) {
         const uint8_t *end = first + window->avail;
         const uint8_t *at = first;
         while (at < end) {
-            at = static_cast<const uint8_t *>(std::memchr(at, kMarkerPrefix, static_cast<size_t>(end - at)));
-            if (at == nullptr) break;
+            // Between segments the next marker usually starts right there: memchr only when not.
+            if (*at != kMarkerPrefix) {
+                at = static_cast<const uint8_t *>(std::memchr(at, kMarkerPrefix, static_cast<size_t>(end - at)));
+                if (at == nullptr) break;
+            }
             if (at + 1 == end || kHandled.handled[at[1]]) {
                 consume(*window, static_cast<int32_t>(at - first));
                 return true;
