@@ -84,6 +84,7 @@ TEST_F(Handles, RefusalsAndAllocationFailuresTakeNoSlot) {
     EXPECT_EQ(dal_dec_handle_open(&byte, 1, -1), 0);
     EXPECT_EQ(dal_dec_handle_open_stream(&byte, 1, 3, nullptr, nullptr, nullptr), 0);
     EXPECT_EQ(dal_dec_handle_open_stream(&byte, 1, IO_KIND_OWNED_MEMORY, nullptr, nullptr, nullptr), 0);
+    EXPECT_EQ(dal_dec_handle_open_stream(&byte, 0, IO_KIND_MEMORY, nullptr, nullptr, nullptr), 0);
     std::string missing = "/nonexistent/x.gif", directory = samples_dir().string();
     EXPECT_EQ(KOVRADALT_OpenDecHandle(missing.data(), 0, IO_KIND_PATH), 0);
     EXPECT_EQ(KOVRADALT_OpenDecHandle(directory.data(), 0, IO_KIND_PATH), 0);
