@@ -10,8 +10,6 @@
 namespace kovra::gif {
 namespace {
 
-constexpr int32_t kHeaderBytes = 13;
-
 bool is_digit(uint8_t c) { return c >= '0' && c <= '9'; }
 
 bool signature_ok(const uint8_t *h) {

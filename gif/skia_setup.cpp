@@ -18,8 +18,6 @@ namespace {
 
 using namespace kovra::gif;
 
-constexpr int32_t kHeaderBytes = 13;
-
 void set_output_size(DALTI_GIFDecoderInfo *rec, int32_t out_width, int32_t out_height) {
     rec->out_width = out_width;
     rec->row_out_width = out_width;

@@ -32,12 +32,14 @@
 #include <algorithm>
 #include <cstring>
 
+#include "gif/header.h"
 #include "io/source_kind.h"
 #include "io/window_bytes.h"
 #include "kovra_os.h"
 #include "kovra_parse.h"
 
 namespace {
+using kovra::gif::kHeaderBytes;
 using kovra::io::consume;
 using kovra::io::unread_byte;
 using kovra::io::unread_u16le;
@@ -45,7 +47,6 @@ using kovra::io::unread_u16le;
 constexpr uint32_t kMaxDimension = 5000;       // screen and image sizes are 1..5000
 constexpr uint32_t kMinDelayMs = 30;           // shorter delays take the default
 constexpr uint32_t kClampDelayMs = 65536;      // the clamp pass replaces delays from here on
-constexpr int32_t kHeaderBytes = 13;           // signature, version, logical screen descriptor
 constexpr int32_t kDescriptorBytes = 9;        // image descriptor after the separator
 constexpr int32_t kGraphicControlBytes = 5;    // packed, delay (2), transparent index, terminator
 
