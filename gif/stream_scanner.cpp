@@ -32,6 +32,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "gif/stream_scanner.h"
+
 #include "gif/header.h"
 #include "io/source_kind.h"
 #include "io/window_bytes.h"
@@ -314,17 +316,16 @@ uint32_t run_scan(Scan &scan) {
 
 }  // namespace
 
-extern "C" KOVRA_API uint32_t __DALT_ParserGIF(KOVRADALT_DecInfo *dec, DALTJ_ByteWindow *window,
-                                               KOVRADALT_ImageInfo *info, uint32_t default_delay) {
-    if (dec == nullptr || window == nullptr || window->io == nullptr) return KOVRADALT_TYPE_UNKNOWN;
+uint32_t kovra::gif::scan_gif_stream(DALTJ_ByteWindow &window, KOVRADALT_DecInfo &dec, KOVRADALT_ImageInfo *info,
+                                     uint32_t default_delay) {
     if (info != nullptr) {
-        Scan scan{*window, *dec, *info, default_delay};
+        Scan scan{window, dec, *info, default_delay};
         return run_scan(scan);
     }
     // Without a caller record the counts go to a private one whose table is not handed out.
     KOVRADALT_ImageInfo scratch;
     std::memset(&scratch, 0, sizeof scratch);
-    Scan scan{*window, *dec, scratch, default_delay};
+    Scan scan{window, dec, scratch, default_delay};
     const uint32_t type = run_scan(scan);
     KOVRADALT_OsFree(scratch.frame_delays);
     return type;
