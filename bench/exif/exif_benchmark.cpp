@@ -23,11 +23,11 @@
 #include <string>
 #include <vector>
 
-#include "exif/info_release.h"
 #include "io/window_bytes.h"
 #include "kovra_decinfo.h"
 #include "kovra_exif.h"
 #include "kovra_os.h"
+#include "tools/common/exif_info_release.h"
 
 namespace {
 

@@ -17,8 +17,8 @@
 #include <cstdint>
 #include <vector>
 
-#include "exif/info_release.h"
 #include "kovra_exif.h"
+#include "tools/common/exif_info_release.h"
 
 namespace {
 

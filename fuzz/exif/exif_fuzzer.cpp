@@ -16,10 +16,10 @@
 #include "fuzz/source_window.h"
 #include "fuzz/input_source.h"
 #include "kovra_decinfo.h"
-#include "exif/info_release.h"
 #include "kovra_exif.h"
 #include "kovra_os.h"
 #include "os/alloc_failure.h"
+#include "tools/common/exif_info_release.h"
 
 namespace {
 

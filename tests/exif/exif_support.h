@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "exif/info_release.h"
 #include "io/window_bytes.h"
 #include "kovra_exif.h"
 #include "support/sources.h"
+#include "tools/common/exif_info_release.h"
 
 namespace kovra::test {
 

@@ -7,8 +7,6 @@
 
 #include "exif_report.h"
 
-#include "exif/info_release.h"
-
 #include <cmath>
 #include <fstream>
 #include <iterator>
@@ -19,6 +17,7 @@
 #include "text_escape.h"
 #include "kovra_decinfo.h"
 #include "kovra_os.h"
+#include "tools/common/exif_info_release.h"
 
 namespace kovra::tool {
 namespace {

@@ -1,7 +1,8 @@
 // How the owner of a DALTJ_ExifInfo releases it. The library hands the record's strings and GPS
 // block to the caller and exports no release function, so every host (the tool, tests, fuzz
 // targets, benchmarks) frees them the same way: with KOVRADALT_OsFree, through this header.
-// Header-only on purpose: it uses nothing but the public interface.
+// Header-only on purpose, and kept out of the library folders: it uses nothing but the public
+// interface.
 #pragma once
 
 #include "kovra_exif.h"
