@@ -3,10 +3,10 @@
 
 #include <cstring>
 
-#include "api/error_word.h"
 #include "kovra_decinfo.h"
 #include "kovra_jpeg.h"
 #include "kovra_os.h"
+#include "os/error_word.h"
 
 namespace {
 

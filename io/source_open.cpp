@@ -3,9 +3,9 @@
 
 #include <cstring>
 
-#include "api/error_word.h"
 #include "kovra_io.h"
 #include "kovra_os.h"
+#include "os/error_word.h"
 
 namespace {
 

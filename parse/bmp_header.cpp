@@ -4,8 +4,8 @@
 // negative value (a top-down bitmap's height) is made positive. Bytes past what the window holds
 // read as 0.
 
-#include "api/error_word.h"
 #include "io/window_bytes.h"
+#include "os/error_word.h"
 #include "parse/header_readers.h"
 
 namespace kovra::parse {

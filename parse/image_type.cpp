@@ -3,11 +3,11 @@
 
 #include <cstring>
 
-#include "api/error_word.h"
 #include "io/source_kind.h"
 #include "io/window_bytes.h"
 #include "kovra_os.h"
 #include "kovra_parse.h"
+#include "os/error_word.h"
 #include "parse/image_signature.h"
 
 extern "C" {

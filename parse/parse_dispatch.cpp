@@ -3,8 +3,8 @@
 // parser (WBMP, the GIF stream scanner, the JPEG header entry point). DALT_ParseJPEGOffset differs
 // only in accepting fewer BMP header sizes.
 
-#include "api/error_word.h"
 #include "kovra_jpeg.h"
+#include "os/error_word.h"
 #include "parse/header_readers.h"
 #include "parse/image_signature.h"
 

@@ -9,11 +9,11 @@
 
 #include <cstring>
 
-#include "api/error_word.h"
 #include "io/source_kind.h"
 #include "io/window_bytes.h"
 #include "kovra_jpeg.h"
 #include "kovra_os.h"
+#include "os/error_word.h"
 #include "parse/header_readers.h"
 
 namespace {

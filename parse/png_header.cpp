@@ -2,8 +2,8 @@
 // height sit at bytes 16..19 and 20..23 of the file and whose interlace method is byte 28. Nothing
 // is validated: no chunk type, CRC, sign or range check. Bytes past what the window holds read as 0.
 
-#include "api/error_word.h"
 #include "io/window_bytes.h"
+#include "os/error_word.h"
 #include "parse/header_readers.h"
 
 namespace kovra::parse {

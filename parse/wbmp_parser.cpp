@@ -8,9 +8,9 @@
 
 #include <cstring>
 
-#include "api/error_word.h"
 #include "io/window_bytes.h"
 #include "kovra_parse.h"
+#include "os/error_word.h"
 
 namespace {
 

@@ -1,5 +1,6 @@
 // The process-wide error word. Public entry points clear it on entry and set the reason for a
-// failure; the platform, source and window layers never touch it.
+// failure; opening a source sets it when memory runs out. It lives here, below every layer that
+// sets it (io/, parse/, api/).
 #pragma once
 
 #include <cstdint>
