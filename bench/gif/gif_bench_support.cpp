@@ -3,9 +3,6 @@
 #include <memory>
 
 #include "kovra_gif.h"
-#ifdef KOVRA_BENCH_GIFLIB
-#include "gif_reference.h"
-#endif
 
 namespace kovra::bench {
 
@@ -70,7 +67,7 @@ int decode_any(Decoder decoder, const std::vector<uint8_t> &bytes) {
     switch (decoder) {
         case Decoder::kKovra: return decode_gif_rgba(bytes).frames;
 #ifdef KOVRA_BENCH_GIFLIB
-        case Decoder::kGiflib: return kovra::gifref::giflib_decode_rgba(bytes.data(), bytes.size());
+        case Decoder::kGiflib: return giflib_decode_rgba(bytes.data(), bytes.size());
 #endif
 #ifdef KOVRA_BENCH_STB
         case Decoder::kStb: return stb_decode_rgba(bytes.data(), bytes.size());

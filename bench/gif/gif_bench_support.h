@@ -32,6 +32,10 @@ int decode_with(Decoder decoder, const std::vector<uint8_t> &bytes);
 // The same, under a name that instruction counts leave out.
 int decode_uncounted(Decoder decoder, const std::vector<uint8_t> &bytes);
 
+// giflib from memory, each frame composed by the GIF reference's rules into one reused RGBA
+// buffer (giflib_rgba.cpp); the frame count or -1.
+int giflib_decode_rgba(const uint8_t *data, size_t size);
+
 // stb_image's frames, each copied into one reused RGBA buffer (stb_gif.cpp).
 int stb_decode_rgba(const uint8_t *data, size_t size);
 

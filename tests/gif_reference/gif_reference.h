@@ -19,7 +19,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <string>
 #include <vector>
 
@@ -73,10 +72,5 @@ std::vector<std::vector<uint8_t>> compose_frames(const Gif &gif, int sample_size
 // A single-image decode of the first frame as palette indexes: where the frame does not cover
 // the screen, the transparent index (transparency on) or the background index.
 std::vector<uint8_t> frame_indexes(const Gif &gif, int sample_size = 1);
-
-// The benchmark's baseline: giflib from memory, then the composition above at sample size 1
-// written for speed. Calls on_frame with each frame's RGBA; returns the frame count or -1.
-int giflib_decode_rgba(const uint8_t *data, size_t size,
-                       const std::function<void(const uint8_t *rgba, size_t frame)> &on_frame = {});
 
 }  // namespace kovra::gifref

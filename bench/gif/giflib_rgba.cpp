@@ -4,6 +4,7 @@
 // files unmodelled() has nothing to say about, but written for speed: one palette lookup per
 // pixel, the disposal and transparency cases chosen once per frame, whole rows converted with a
 // single branch per pixel.
+#include "gif_bench_support.h"
 #include "gif_reference.h"
 #include "memory_reader.h"
 
@@ -13,7 +14,8 @@
 #include <bit>
 #include <cstring>
 
-namespace kovra::gifref {
+namespace kovra::bench {
+using namespace kovra::gifref;
 namespace {
 
 static_assert(std::endian::native == std::endian::little, "RGBA words are stored little-endian");
@@ -82,8 +84,7 @@ void read_control(const SavedImage &image, Control &control) {
 
 }  // namespace
 
-int giflib_decode_rgba(const uint8_t *data, size_t size,
-                       const std::function<void(const uint8_t *rgba, size_t frame)> &on_frame) {
+int giflib_decode_rgba(const uint8_t *data, size_t size) {
     MemoryReader reader{data, size, 0};
     int error = 0;
     GifFileType *file = DGifOpen(&reader, read_memory, &error);
@@ -130,11 +131,10 @@ int giflib_decode_rgba(const uint8_t *data, size_t size,
             span(line, width, colors, control.index, clear, canvas_row + left, out_row + left);
             convert_row(canvas_row + left + width, out_row + left + width, W - left - width);
         }
-        if (on_frame) on_frame(reinterpret_cast<const uint8_t *>(output.data()), static_cast<size_t>(n));
     }
     const int frames = file->ImageCount;
     DGifCloseFile(file, &error);
     return frames;
 }
 
-}  // namespace kovra::gifref
+}  // namespace kovra::bench
