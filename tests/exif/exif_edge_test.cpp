@@ -72,6 +72,10 @@ const RecordCase kRecordCases[] = {
          uint32_t first = t.text("first make"), a = t.ifd({{18, ASCII, 6, t.text("WGS84")}}), b = t.ifd({{1, ASCII, 2, 'S' << 24}});
          t.ifd0(t.ifd({{kMake, ASCII, 11, first}, {kGps, LONG, 1, a}, {kMake, ASCII, 3, 'L' << 24 | 'a' << 16}, {kGps, LONG, 1, b}})); },
      1, "make=\"La\" gps lat_ref=\"S\""},
+    {"EXIF IFDs A, B, A again: per field the last walk wins", [](Tiff &t) {
+         uint32_t a = t.ifd({{kIso, SHORT, 1, 100}}), b = t.ifd({{kIso, SHORT, 1, 200}, {37385, SHORT, 1, 5}});
+         t.ifd0(t.ifd({{kExif, LONG, 1, a}, {kExif, LONG, 1, b}, {kExif, LONG, 1, a}})); },
+     1, "flash=5 iso=100"},
     {"empty strings and blocks are allocated", [](Tiff &t) { t.ifd0(t.ifd({{kMake, ASCII, 0, 0}, {kGps, LONG, 1, t.ifd({{18, ASCII, 0, 0}, {27, UNDEF, 0, 0}})}})); },
      1, "make=\"\" gps datum=\"\" method"},
     {"types and counts other than the record's", [](Tiff &t) { t.ifd0(t.ifd({{kOrientation, LONG, 1, 3}, {258, SHORT, 1, 8}, {kExif, LONG, 1, t.ifd({{kIso, SHORT, 2, 0x00640064}, {37385, LONG, 1, 1}, {36864, UNDEF, 3, 0x303232}})}})); },
