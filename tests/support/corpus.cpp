@@ -22,7 +22,6 @@ std::string lower(std::string text) {
 }  // namespace
 
 fs::path corpus_dir() { return env_path("KOVRA_CORPUS_DIR", "../shared/corpus"); }
-fs::path test_data_dir() { return env_path("KOVRA_TEST_DATA", "tests/data"); }
 fs::path samples_dir() { return env_path("KOVRA_SAMPLES", "samples"); }
 
 bool corpus_available() {

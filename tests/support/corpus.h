@@ -1,5 +1,5 @@
 // Locating test inputs: the shared corpus of real images (tests skip when it is absent), the
-// project's own tests/data, and whole-file reads.
+// project's samples/, and whole-file reads.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -12,7 +12,6 @@
 namespace kovra::test {
 
 std::filesystem::path corpus_dir();
-std::filesystem::path test_data_dir();
 std::filesystem::path samples_dir();
 bool corpus_available();
 

@@ -20,8 +20,6 @@ uint32_t MemoryStream::read(void *handle, void *buffer, uint32_t count) {
 
 uint32_t MemoryStream::skip(void *handle, void *, uint32_t count) {
     auto *stream = static_cast<MemoryStream *>(handle);
-    ++stream->skips;
-    stream->last_skip = count;
     stream->cursor += static_cast<int32_t>(count);  // a negative skip arrives as a wrapped count
     return static_cast<uint32_t>(stream->cursor);
 }

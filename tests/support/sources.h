@@ -17,12 +17,11 @@
 
 namespace kovra::test {
 
-// A caller stream over a byte vector. skip and rewind move a cursor; every callback is counted.
+// A caller stream over a byte vector. skip and rewind move a cursor; reads and rewinds are counted.
 struct MemoryStream {
     std::vector<uint8_t> bytes;
     size_t cursor = 0;
-    int reads = 0, skips = 0, rewinds = 0;
-    uint32_t last_skip = 0;
+    int reads = 0, rewinds = 0;
 
     static uint32_t read(void *handle, void *buffer, uint32_t count);
     static uint32_t skip(void *handle, void *buffer, uint32_t count);
