@@ -1,7 +1,8 @@
 // The fuzz input behind every source kind a host can hand the library: caller memory, a caller
-// stream (span_stream.h), a caller's open FILE (fmemopen over the bytes) and a path (a
+// stream (read/skip/rewind callbacks over the bytes), a caller's open FILE (fmemopen over the bytes) and a path (a
 // memory-backed file, one per process, rewritten for each input and named through
-// /proc/self/fd), so that the fuzz targets reach the input layer's file reads as well.
+// /proc/self/fd), so that the fuzz targets reach the input layer's file reads as well; and a byte
+// window at the start of a source, set up the way the library's own parse drivers set one up.
 #pragma once
 
 #include <sys/mman.h>
@@ -9,10 +10,12 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <string>
 
-#include "fuzz/span_stream.h"
+#include "io/window_bytes.h"
 #include "kovra_decinfo.h"
+#include "kovra_io.h"
 
 namespace kovra::fuzz {
 
@@ -28,8 +31,7 @@ public:
                 dec_ = KOVRADALT_CreateDecInfo(IO_KIND_MEMORY, const_cast<uint8_t *>(data), length, format, 0);
                 break;
             case InputKind::kStream:
-                dec_ = KOVRADALT_CreateDecInfoWithStream(&stream_, length, SpanStream::read, SpanStream::skip,
-                                                         SpanStream::rewind, format, 0);
+                dec_ = KOVRADALT_CreateDecInfoWithStream(&stream_, length, read, skip, rewind, format, 0);
                 break;
             case InputKind::kFile:
                 file_ = size > 0 ? fmemopen(const_cast<uint8_t *>(data), size, "rb") : nullptr;
@@ -53,6 +55,29 @@ public:
     KOVRADALT_DecInfo *dec() const { return dec_; }
 
 private:
+    struct SpanStream {
+        const uint8_t *data;
+        size_t size, cursor;
+    };
+    static uint32_t read(void *handle, void *buffer, uint32_t count) {
+        auto *s = static_cast<SpanStream *>(handle);
+        const size_t left = s->cursor < s->size ? s->size - s->cursor : 0;
+        const size_t n = left < count ? left : count;
+        if (n > 0) std::memcpy(buffer, s->data + s->cursor, n);
+        s->cursor += n;
+        return static_cast<uint32_t>(n);
+    }
+    // A negative skip arrives as a wrapped count and moves the cursor back.
+    static uint32_t skip(void *handle, void *, uint32_t count) {
+        auto *s = static_cast<SpanStream *>(handle);
+        s->cursor += static_cast<int32_t>(count);
+        return static_cast<uint32_t>(s->cursor);
+    }
+    static uint32_t rewind(void *handle, void *, uint32_t) {
+        static_cast<SpanStream *>(handle)->cursor = 0;
+        return 0;
+    }
+
     // The process's memory-backed file, holding `data` now; its path, or "" when it cannot be had.
     static const std::string &rewrite_path_file(const uint8_t *data, size_t size) {
         static const int fd = memfd_create("kovra-fuzz-input", 0);
@@ -66,5 +91,17 @@ private:
     FILE *file_ = nullptr;
     KOVRADALT_DecInfo *dec_ = nullptr;
 };
+
+// Runs `read(window)` on a window over `dec`'s source from its first byte, then releases the
+// window's buffer.
+template <typename Read>
+void with_window(KOVRADALT_DecInfo *dec, Read read) {
+    uint8_t *buffer = DALTJ_AllocateStreamBuffer(dec->io);
+    if (buffer != nullptr && KOVRADALT_Seek_IO(dec->io, 0, SEEK_SET) >= 0) {
+        DALTJ_ByteWindow window = kovra::io::make_window(dec->io, buffer);
+        read(window);
+    }
+    if (buffer != nullptr) DALTJ_ReleaseStreamBuffer(dec->io, buffer);
+}
 
 }  // namespace kovra::fuzz

@@ -13,7 +13,6 @@
 #include <cstring>
 #include <iterator>
 
-#include "fuzz/source_window.h"
 #include "fuzz/input_source.h"
 #include "kovra_decinfo.h"
 #include "kovra_exif.h"

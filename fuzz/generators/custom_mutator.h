@@ -1,6 +1,7 @@
 // Glue between libFuzzer's custom mutator hook and the generators: each fuzz target's mutator
-// picks, from the seed libFuzzer hands it, a fresh generated input, a structural change, or
-// libFuzzer's own byte-level mutation (LLVMFuzzerMutate), and writes the result back.
+// picks, from the seed libFuzzer hands it, one time in five a fresh generated input, two in five a
+// structural change, otherwise (or when the change gives nothing) libFuzzer's own byte-level
+// mutation (LLVMFuzzerMutate), and writes the result back.
 #pragma once
 
 #include <cstring>
@@ -11,8 +12,14 @@ extern "C" size_t LLVMFuzzerMutate(uint8_t *data, size_t size, size_t max_size);
 
 namespace kovra::fuzz {
 
-// Copies `out` over the fuzzer's buffer; an empty result becomes a byte-level mutation.
-inline size_t hand_back(const Bytes &out, uint8_t *data, size_t size, size_t max_size) {
+// generate(rng, max_size) makes an input; change(input, rng, max_size) alters one (empty: none).
+template <typename Generate, typename Change>
+size_t custom_mutate(uint8_t *data, size_t size, size_t max_size, unsigned int seed, Generate generate, Change change) {
+    Rng rng(seed);
+    const uint32_t roll = rng.below(5);
+    Bytes out;
+    if (roll == 0) out = generate(rng, max_size);
+    if (roll == 1 || roll == 2) out = change(Bytes(data, data + size), rng, max_size);
     if (out.empty()) return LLVMFuzzerMutate(data, size, max_size);
     const size_t n = out.size() < max_size ? out.size() : max_size;
     std::memcpy(data, out.data(), n);

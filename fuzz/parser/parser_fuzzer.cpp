@@ -8,7 +8,6 @@
 #include <cstdint>
 #include <cstring>
 
-#include "fuzz/source_window.h"
 #include "fuzz/input_source.h"
 #include "kovra_decinfo.h"
 #include "kovra_os.h"
