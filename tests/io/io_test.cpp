@@ -176,6 +176,9 @@ TEST(Sources, MemoryBeforeTheStartReadsZeros) {
     uint8_t *view = nullptr;
     EXPECT_EQ(KOVRADALT_Read_IO2(io, &view, 4), 4);
     EXPECT_EQ(view, bytes.data() + 2);  // memory kinds hand out a pointer into the source
+    KOVRADALT_Seek_IO(io, 0, SEEK_END);
+    EXPECT_EQ(KOVRADALT_Read_IO2(io, &view, 4), 0);
+    EXPECT_EQ(view, bytes.data() + 2);  // nothing read: the caller's pointer is left alone
     KOVRADALT_Close_IO(io);
 }
 
