@@ -35,9 +35,10 @@ Pixels random_content(std::mt19937 &rng) {
     return px;
 }
 
-}  // namespace
-
+// The library's range-limit table as the inverse DCTs take it (index 0 = mid-grey).
 const uint8_t *idct_range_limit() { return jpeg::sample_range_limit() + jpeg::kIdctLevelShift; }
+
+}  // namespace
 
 Samples run_idct(DALTJ_IdctFn fn, const Block &block, const Multipliers &multipliers) {
     constexpr int kColumn = 5, kWidth = 20;

@@ -27,9 +27,6 @@ inline constexpr VectorPair kVectorPairs[] = {{"DoIdct", DALTJ_DoIdct, jpeg::idc
                                               {"DoIdct8By8", DALTJ_DoIdct8By8, jpeg::idct_8by8_scalar},
                                               {"DoIdct_2to1", DALTJ_DoIdct_2to1, jpeg::idct_2to1_scalar}};
 
-// The library's range-limit table as the inverse DCTs take it (index 0 = mid-grey).
-const uint8_t *idct_range_limit();
-
 // Runs fn into an 8 x 8 window of a larger frame filled with kUnwritten, at a non-zero output
 // column; fails the test if anything outside the window changed. Returns the window.
 Samples run_idct(DALTJ_IdctFn fn, const Block &block, const Multipliers &multipliers);

@@ -289,16 +289,6 @@ TEST(IdctDither, TableMirrorsEachRowButOneEntry) {
     EXPECT_EQ(DALTJ_IdctDitherTable[4][15], 135);
 }
 
-// Clamping over the AAN index range, and the accurate members' masked window, whose upper half
-// stands for the negative sums.
-TEST(RangeLimit, ClampsEveryIndexEitherStyleCanRead) {
-    const uint8_t *table = idct_range_limit();
-    for (int i = -512; i < 512; ++i) {
-        EXPECT_EQ(table[i], std::clamp(i + 128, 0, 255)) << i;
-        EXPECT_EQ(table[i & 0x3FF], std::clamp(i + 128, 0, 255)) << i;
-    }
-}
-
 TEST(IdctHelpers, Logn) {
     const std::pair<int32_t, int32_t> cases[] = {{0, -1}, {1, 0}, {-1, 0}, {3, 1}, {-3, 1}, {4, 2},
                                                  {1023, 9}, {1024, 10}, {INT32_MAX, 30}, {INT32_MIN, 31}};

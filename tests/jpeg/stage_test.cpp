@@ -187,16 +187,6 @@ void expect_samples(const ReducedScene &s, const Expected &expected) {
     }
 }
 
-// Odd width in blocks: one luma block across in the last column; chroma with the second multipliers.
-TEST(ReducedDc, Yuv420WritesTwoLumaRowsAndBothChromaWithTheSecondMultipliers) {
-    ReducedScene s(6, 2);
-    EXPECT_EQ(DALTJ_DecodeSingleiMcuResize8to1_YUV420(&s.ctx, s.planes), DALTJ_STATUS_ROW_DONE);
-    expect_samples(s, {{0, 0, 0, 0, 1}, {0, 1, 0, 1, 1}, {1, 0, 0, 2, 1}, {1, 1, 0, 3, 1}, {0, 2, 1, 0, 1},
-                       {1, 2, 1, 2, 1}, {0, 3, -1, 0, 0}, {1, 3, -1, 0, 0}, {3, 0, 0, 4, 2}, {3, 1, 1, 4, 2},
-                       {6, 0, 0, 5, 2}, {6, 1, 1, 5, 2}, {3, 2, -1, 0, 0}});
-    EXPECT_EQ(s.ctx.resizeMcuRow, 1u);
-}
-
 TEST(ReducedDc, Yuv444ClearsEveryMcuAndClampsHostileTerms) {
     ReducedScene s(3, 3);
     stages().dcOf = [](int call, int block) {
