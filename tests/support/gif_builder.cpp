@@ -65,13 +65,7 @@ Bytes sub_blocks(const Bytes &data, int block) {
 }
 
 ImageSpec coded_image(int width, int height, int min_code_size, const Bytes &data, int block) {
-    ImageSpec spec;
-    spec.width = width;
-    spec.height = height;
-    spec.min_code_size = min_code_size;
-    spec.data = data;
-    spec.block = block;
-    return spec;
+    return {.width = width, .height = height, .min_code_size = min_code_size, .data = data, .block = block};
 }
 
 GifBuilder::GifBuilder(int width, int height, const std::vector<Rgb> &global, int background) {
@@ -119,14 +113,7 @@ GifBuilder &GifBuilder::image(const ImageSpec &spec) {
 }
 
 GifBuilder &GifBuilder::image(int left, int top, int width, int height, const Bytes &indexes, bool interlaced) {
-    ImageSpec spec;
-    spec.left = left;
-    spec.top = top;
-    spec.width = width;
-    spec.height = height;
-    spec.indexes = indexes;
-    spec.interlaced = interlaced;
-    return image(spec);
+    return image({.left = left, .top = top, .width = width, .height = height, .indexes = indexes, .interlaced = interlaced});
 }
 
 GifBuilder &GifBuilder::raw(const Bytes &bytes) {

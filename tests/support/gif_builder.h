@@ -33,11 +33,11 @@ Bytes sub_blocks(const Bytes &data, int block = 255);
 
 struct ImageSpec {
     int left = 0, top = 0, width = 0, height = 0;
-    Bytes indexes;            // natural row order
-    std::vector<Rgb> local;   // local colour table when not empty
+    Bytes indexes{};          // natural row order
+    std::vector<Rgb> local{}; // local colour table when not empty
     bool interlaced = false;
     int min_code_size = 8;
-    Bytes data;               // packed codes written instead of encoding `indexes`
+    Bytes data{};             // packed codes written instead of encoding `indexes`
     int block = 255;          // largest data sub-block
 };
 
