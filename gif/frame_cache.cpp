@@ -62,7 +62,9 @@ KOVRA_API int32_t KOVRADALTI_DecodeAGIF_SKIA(KOVRADALT_DecInfo *dec, uint8_t *ou
     uint8_t *&entry = frame_cache[frame_index];
     if (entry == nullptr) {
         if (dec->gif_info == nullptr || slot_for(dec->gif_info, frame_index) == nullptr) return 0;
-        auto *copy = static_cast<uint8_t *>(kovra::gif::alloc_zeroed(size));
+        if (size > UINT32_MAX) return 0;
+        // Not cleared: the frame's every byte is copied in.
+        auto *copy = static_cast<uint8_t *>(KOVRADALT_OsMalloc(static_cast<uint32_t>(size)));
         if (copy == nullptr) return 0;
         const int32_t result = KOVRADALTI_DecodeAGIF(dec, out, 0, height);
         std::memcpy(copy, out, static_cast<size_t>(size));

@@ -80,7 +80,7 @@ inline void compose_pixel(uint8_t index, uint32_t *canvas_px, uint8_t *dst, int3
     if (kTransparency && static_cast<int32_t>(index) == transparent) {
         if constexpr (kPacking != Packing::kNone) put<kPacking>(dst, k, packed<kPacking>(*canvas_px));
     } else {
-        put<kPacking>(dst, k, frame.shown[index]);
+        if constexpr (kPacking != Packing::kNone) put<kPacking>(dst, k, frame.shown[index]);
         if constexpr (kDisposal == Disposal::kKeep) *canvas_px = colors[index];
     }
     if constexpr (kDisposal == Disposal::kRestoreBackground) {
@@ -211,7 +211,9 @@ bool frame_buffers_fit(const DALTI_GIFDecoderInfo *rec) {
 
 }  // namespace
 
-FrameLineComposer::FrameLineComposer(const DALTI_GIFDecoderInfo *rec) : frame_{} {
+// frame_.shown is filled only where rows are written out (it is 1 KB, and a small image's whole
+// decode costs little more than clearing it).
+FrameLineComposer::FrameLineComposer(const DALTI_GIFDecoderInfo *rec) {
     buffers_fit_ = frame_buffers_fit(rec);
     const int32_t screen_w = rec->screen_width;
     const int32_t out_w = rec->row_out_width;

@@ -1,12 +1,14 @@
 // The GIF decoder record's life: creation of its owned blocks, destruction, and the queries a
 // host makes on it (colour count, transparency, delay, the active colour table).
 //
-// The record's own blocks (input record and buffer, colour tables) are zero-filled when allocated,
-// so a table the file never fills (the global table of a file without one) holds zeros rather
-// than whatever the allocator left. The tables nobody reads before writing are not: the frame
-// decoder writes each entry of its table before it reads it, and the step functions' tables
-// (prefix, suffix, length) are set by DALTI_InitializeTransTBL before use. Clearing those 36 KB
-// cost more than the rest of an icon's decode, and on a fresh heap nine pages the kernel must map.
+// Of the record's own blocks only the input record and the LZW tables record are zero-filled when
+// allocated; every other block is written before it is read. The input buffer is read only up to
+// what the source put there. A colour table is read only as the active table, which the header
+// read (global: built from the file, or cleared when the file has none) or the frame's descriptor
+// (local) fills whole first. The frame decoder writes each entry of its table before it reads it,
+// and the step functions' tables (prefix, suffix, length) are set by DALTI_InitializeTransTBL
+// before use. An icon's decode never touches most of these blocks, so on a fresh heap their
+// pages are never mapped, and clearing them cost more than the rest of its decode.
 
 #include "gif/gif_alloc.h"
 #include "kovra_gif.h"
@@ -51,9 +53,9 @@ extern "C" {
 KOVRA_API int32_t DALTI_CreateGIFDecoderInfo(DALTI_GIFDecoderInfo *rec) {
     if (rec == nullptr) return 0;
     if (!allocate(rec->input, sizeof(DALTI_GIFInput))) return 0;
-    if (!allocate(rec->input->buffer, DALTI_GIF_INPUT_CAPACITY)) return 0;
-    if (!allocate(rec->global_colors, kColorTableBytes)) return 0;
-    if (!allocate(rec->local_colors, kColorTableBytes)) return 0;
+    if (!allocate_uncleared(rec->input->buffer, DALTI_GIF_INPUT_CAPACITY)) return 0;
+    if (!allocate_uncleared(rec->global_colors, kColorTableBytes)) return 0;
+    if (!allocate_uncleared(rec->local_colors, kColorTableBytes)) return 0;
     if (!allocate(rec->lzw, sizeof(DALTI_LZWTables))) return 0;
     if (!allocate_uncleared(rec->lzw->prefix, DALTI_LZW_TABLE_SIZE * sizeof(uint32_t))) return 0;
     if (!allocate_uncleared(rec->lzw->suffix, DALTI_LZW_TABLE_SIZE)) return 0;

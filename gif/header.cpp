@@ -4,6 +4,8 @@
 
 #include "gif/header.h"
 
+#include <cstring>
+
 #include "gif/gif_input.h"
 #include "kovra_gif.h"
 
@@ -32,7 +34,11 @@ ScreenResult read_logical_screen(DALTI_GIFDecoderInfo *rec) {
     rec->aspect_ratio = h[12];
     skip_bytes(input, kHeaderBytes);
     rec->global_color_count = 0;
-    if ((packed & 0x80u) == 0) return ScreenResult::kOk;
+    if ((packed & 0x80u) == 0) {
+        // Frames without a table of their own read it: no colour, fully transparent.
+        std::memset(rec->global_colors, 0, DALTI_GIF_PALETTE_SLOTS * sizeof(uint32_t));
+        return ScreenResult::kOk;
+    }
 
     const uint32_t entries = 2u << (packed & 7u);
     const auto table_bytes = static_cast<int32_t>(3 * entries);

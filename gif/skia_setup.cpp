@@ -35,8 +35,9 @@ void set_output_size(DALTI_GIFDecoderInfo *rec, int32_t out_width, int32_t out_h
 bool renew_line_buffer(DALTI_GIFDecoderInfo *rec) {
     free_line_buffer(rec->line_buffer);
     rec->line_buffer_size = 0;
-    const int64_t size = static_cast<int64_t>(std::max(rec->screen_width, 0)) + DALTI_GIF_LINE_SLACK;
-    rec->line_buffer = alloc_line_buffer(size);
+    const int64_t row_bytes = std::max(rec->screen_width, 0);
+    const int64_t size = row_bytes + DALTI_GIF_LINE_SLACK;
+    rec->line_buffer = alloc_line_buffer(size, row_bytes);
     if (rec->line_buffer == nullptr) return false;
     rec->line_buffer_size = static_cast<int32_t>(size);
     return true;
@@ -67,8 +68,6 @@ bool read_header(DALTI_GIFDecoderInfo *rec, KOVRADALT_IO *io) {
     if (rec->global_color_count != 0) {
         rec->active_colors = rec->global_colors;
         rec->active_color_count = rec->global_color_count;
-    } else {
-        rec->global_colors[rec->background_index & 0xFFu] = 0;
     }
     return true;
 }
