@@ -68,7 +68,7 @@ TEST(GifHeader, SetUp) {
 }
 
 TEST(GifHeader, EveryAllocationFailureIsSurvived) {
-    for (long successes = 0; successes < 9; ++successes) {
+    for (long successes = 0; successes < 8; ++successes) {
         auto *rec = static_cast<DALTI_GIFDecoderInfo *>(KOVRADALT_OsMalloc(sizeof(DALTI_GIFDecoderInfo)));
         std::memset(rec, 0, sizeof *rec);
         {
