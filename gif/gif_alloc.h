@@ -26,24 +26,35 @@ inline void *alloc_array_zeroed(int64_t count, uint64_t size) {
     return alloc_zeroed(bytes);
 }
 
-// The line buffer: `size` bytes that rows are decoded into, DALTI_GIF_LINE_SPARE bytes beyond them,
-// and kLineFront bytes in front of its start, which the LZW decoder's 8-byte stores may cover
-// (rewriting the bytes they hold). The record keeps the pointer to its start. Only the front and
-// the first `row_bytes` are cleared: a row is read only within them (a row cut short by an end
-// code shows what they held), and the slack behind them is always written before it is read.
+// The line block: the frame decoder's translation table, then kLineFront bytes, the line buffer's
+// `size` bytes and DALTI_GIF_LINE_SPARE more, in one allocation (one allocation fewer per decode,
+// and the table's first entries, all a small image's codes use, lie next to the line). The record
+// keeps the line buffer's start and the table; the LZW decoder's 8-byte stores may cover the
+// kLineFront bytes in front of the line (rewriting the bytes they hold). Only those bytes and the
+// line's first `row_bytes` are cleared: a row is read only within them (a row cut short by an end
+// code shows what they held), and the slack behind them is always written before it is read. The
+// table is not cleared: a new one holds no roots, and the decoder sets them up before any use.
 inline constexpr int64_t kLineFront = 8;
+inline constexpr int64_t kLineTableBytes = sizeof(DALTI_LZWTable);
+static_assert(kLineTableBytes % 64 == 0, "the line front starts on a cache line");
 
-inline uint8_t *alloc_line_buffer(int64_t size, int64_t row_bytes) {
-    const uint64_t bytes = static_cast<uint64_t>(kLineFront + size) + DALTI_GIF_LINE_SPARE;
-    if (bytes > UINT32_MAX) return nullptr;
+inline bool alloc_line_block(DALTI_GIFDecoderInfo *rec, int64_t size, int64_t row_bytes) {
+    const uint64_t bytes = static_cast<uint64_t>(kLineTableBytes + kLineFront + size) + DALTI_GIF_LINE_SPARE;
+    if (size < 0 || bytes > UINT32_MAX) return false;
     auto *block = static_cast<uint8_t *>(KOVRADALT_OsMalloc(static_cast<uint32_t>(bytes)));
-    if (block == nullptr) return nullptr;
-    std::memset(block, 0, static_cast<size_t>(kLineFront + std::min(row_bytes, size)));
-    return block + kLineFront;
+    if (block == nullptr) return false;
+    uint8_t *front = block + kLineTableBytes;
+    std::memset(front, 0, static_cast<size_t>(kLineFront + std::min(row_bytes, size)));
+    rec->lzw_table = reinterpret_cast<DALTI_LZWTable *>(block);
+    rec->lzw_roots_ready = 0;
+    rec->line_buffer = front + kLineFront;
+    return true;
 }
 
-inline void free_line_buffer(uint8_t *line) {
-    if (line != nullptr) KOVRADALT_OsFree(line - kLineFront);
+inline void free_line_block(DALTI_GIFDecoderInfo *rec) {
+    if (rec->line_buffer != nullptr) KOVRADALT_OsFree(rec->line_buffer - kLineFront - kLineTableBytes);
+    rec->line_buffer = nullptr;
+    rec->lzw_table = nullptr;
 }
 
 }  // namespace kovra::gif

@@ -5,8 +5,8 @@
 // allocated; every other block is written before it is read. The input buffer is read only up to
 // what the source put there. A colour table is read only as the active table, which the header
 // read (global: built from the file, or cleared when the file has none) or the frame's descriptor
-// (local) fills whole first. The frame decoder writes each entry of its table before it reads it,
-// and the step functions' tables (prefix, suffix, length) are set by DALTI_InitializeTransTBL
+// (local) fills whole first. The frame decoder's table comes with the line buffer (gif_alloc.h);
+// the step functions' tables (prefix, suffix, length) are set by DALTI_InitializeTransTBL
 // before use. An icon's decode never touches most of these blocks, so on a fresh heap their
 // pages are never mapped, and clearing them cost more than the rest of its decode.
 
@@ -59,8 +59,7 @@ KOVRA_API int32_t DALTI_CreateGIFDecoderInfo(DALTI_GIFDecoderInfo *rec) {
     if (!allocate(rec->lzw, sizeof(DALTI_LZWTables))) return 0;
     if (!allocate_uncleared(rec->lzw->prefix, DALTI_LZW_TABLE_SIZE * sizeof(uint32_t))) return 0;
     if (!allocate_uncleared(rec->lzw->suffix, DALTI_LZW_TABLE_SIZE)) return 0;
-    if (!allocate_uncleared(rec->lzw->length, DALTI_LZW_TABLE_SIZE * sizeof(uint32_t))) return 0;
-    return allocate_uncleared(rec->lzw_table, sizeof(DALTI_LZWTable)) ? 1 : 0;
+    return allocate_uncleared(rec->lzw->length, DALTI_LZW_TABLE_SIZE * sizeof(uint32_t)) ? 1 : 0;
 }
 
 KOVRA_API void DALTI_DelGIFDecoderInfo(DALTI_GIFDecoderInfo *rec) {
@@ -69,8 +68,7 @@ KOVRA_API void DALTI_DelGIFDecoderInfo(DALTI_GIFDecoderInfo *rec) {
         release(rec->input->buffer);
         release(rec->input);
     }
-    kovra::gif::free_line_buffer(rec->line_buffer);
-    rec->line_buffer = nullptr;
+    kovra::gif::free_line_block(rec);
     release(rec->aux_buffer);
     release(rec->global_colors);
     release(rec->local_colors);
@@ -82,7 +80,6 @@ KOVRA_API void DALTI_DelGIFDecoderInfo(DALTI_GIFDecoderInfo *rec) {
         release(rec->lzw->length);
         release(rec->lzw);
     }
-    release(rec->lzw_table);
     release(rec->cached_frames);
     rec->cached_frame_slots = 0;
     KOVRADALT_OsFree(rec);

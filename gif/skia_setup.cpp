@@ -31,14 +31,14 @@ void set_output_size(DALTI_GIFDecoderInfo *rec, int32_t out_width, int32_t out_h
     }
 }
 
-// A new line buffer of screen_width + 4096 bytes (see alloc_line_buffer).
+// A new line buffer of screen_width + 4096 bytes, with a new translation table (see
+// alloc_line_block).
 bool renew_line_buffer(DALTI_GIFDecoderInfo *rec) {
-    free_line_buffer(rec->line_buffer);
+    free_line_block(rec);
     rec->line_buffer_size = 0;
     const int64_t row_bytes = std::max(rec->screen_width, 0);
     const int64_t size = row_bytes + DALTI_GIF_LINE_SLACK;
-    rec->line_buffer = alloc_line_buffer(size, row_bytes);
-    if (rec->line_buffer == nullptr) return false;
+    if (!alloc_line_block(rec, size, row_bytes)) return false;
     rec->line_buffer_size = static_cast<int32_t>(size);
     return true;
 }

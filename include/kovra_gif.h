@@ -106,7 +106,8 @@ typedef struct DALTI_GIFDecoderInfo {
     int32_t row_colors_capacity;   /* colour words in row_colors */
     int32_t canvas_width;          /* canvas geometry when it was allocated */
     int32_t canvas_height;
-    struct DALTI_LZWTable *lzw_table; /* the frame decoder's own table, owned */
+    struct DALTI_LZWTable *lzw_table; /* the frame decoder's own table, allocated and released with
+                                         line_buffer (the same block) */
     uint32_t lzw_table_used;       /* entries an earlier decode may have filled */
     int32_t lzw_roots_ready;       /* code size + 1 whose roots the table holds, 0 for none */
     struct DALTI_CachedFrame *cached_frames; /* the frame cache entries made through this record and
@@ -130,9 +131,8 @@ typedef struct DALTI_LZWTable {
 
 /* ---- Record, header and colour tables ---- */
 
-/* Allocates the input record and buffer, both colour tables, the LZW tables and the frame
- * decoder's table into a zero-filled record; stops at the first failure, leaving what it
- * allocated for the destructor. */
+/* Allocates the input record and buffer, both colour tables and the LZW tables into a zero-filled
+ * record; stops at the first failure, leaving what it allocated for the destructor. */
 KOVRA_API int32_t DALTI_CreateGIFDecoderInfo(DALTI_GIFDecoderInfo *rec);
 /* Reads the header and global table from offset 0 of rec's input source. A zero screen size
  * also destroys rec. */
