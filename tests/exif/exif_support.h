@@ -1,9 +1,11 @@
-// Helpers of the EXIF and TIFF tests: the one owner of a metadata record, a record as text, the
-// readers run through a byte window on a source, and TIFF data and JPEG segments built byte by
-// byte (in either byte order) for the cases the corpus cannot reach.
+// What the EXIF tests share: a record that frees what the readers put in it, the readers run on a
+// byte window over any source kind, and the record's fields as one table (where each lies, which
+// IFD entry fills it) that the edge cases print and the libexif comparison checks.
 #pragma once
 
-#include <sstream>
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
 #include <string>
 #include <vector>
 
@@ -16,51 +18,20 @@ namespace kovra::test {
 
 using Bytes = std::vector<uint8_t>;
 
-// Releases everything the readers allocated in the record.
-struct ExifRecord {
-    DALTJ_ExifInfo info{};
-    ~ExifRecord() { exif::release_exif_fields(&info); }
-    DALTJ_ExifInfo *operator->() { return &info; }
+struct ExifRecord : DALTJ_ExifInfo {
+    ExifRecord() : DALTJ_ExifInfo{} {}
+    ~ExifRecord() { exif::release_exif_fields(this); }
 };
 
-// The record's filled fields as text, in a fixed order (an empty record gives "").
-inline std::string describe(const DALTJ_ExifInfo &i) {
-    std::ostringstream o;
-    const auto num = [&](const char *k, uint64_t v) { if (v != 0) o << k << '=' << v << ' '; };
-    const auto str = [&](const char *k, const char *v) { if (v != nullptr) o << k << "=\"" << v << "\" "; };
-    const auto rat = [&](const char *k, const DALTJ_Rational &r) { if (r.denominator != 0) o << k << '=' << r.numerator << '/' << r.denominator << ' '; };
-    str("make", i.make), str("model", i.model), str("software", i.software), num("orientation", i.orientation);
-    num("bits", i.bits_per_sample[0]), num("compression", i.compression), rat("xres", i.x_resolution);
-    rat("exposure", i.exposure_time), str("original", i.date_time_original), num("flash", i.flash);
-    num("color_space", i.color_space), num("iso", i.iso_speed), num("width", i.pixel_x_dimension);
-    if (i.exif_version != nullptr) o << "version=" << std::string(i.exif_version, i.exif_version + 4) << ' ';
-    if (i.gps != nullptr) {
-        o << "gps ";
-        str("lat_ref", i.gps->latitude_ref[0] != 0 ? i.gps->latitude_ref : nullptr), rat("lat", i.gps->latitude[2]);
-        num("alt_ref", i.gps->altitude_ref), str("date", i.gps->date_stamp[0] != 0 ? i.gps->date_stamp : nullptr);
-        str("datum", i.gps->map_datum);
-        if (i.gps->processing_method != nullptr) o << "method ";
-    }
-    const DALTJ_ThumbnailInfo &t = i.thumbnail;
-    if (t.present + t.width + t.height + t.compression + t.byte_count + t.data_offset != 0) {
-        o << "thumb=" << t.present << ',' << t.width << 'x' << t.height << ",c" << t.compression << ',' << t.data_offset
-          << '+' << t.byte_count;
-    }
-    std::string text = o.str();
-    return text.empty() || text.back() != ' ' ? text : text.substr(0, text.size() - 1);
-}
-
-// Runs `read` on a byte window at the start of `file` served through a source of `kind`.
+// Runs read(window, size) on a byte window at the start of `file` served as a source of `kind`.
 template <typename Read>
 int32_t through_window(SourceKind kind, const Bytes &file, Read read) {
     SourceRecord source(kind, file);
-    if (source.record() == nullptr) return -1;
-    KOVRADALT_IO *io = source->io;
-    uint8_t *buffer = DALTJ_AllocateStreamBuffer(io);
+    uint8_t *buffer = source.record() != nullptr ? DALTJ_AllocateStreamBuffer(source->io) : nullptr;
     if (buffer == nullptr) return -1;
-    DALTJ_ByteWindow window = io::make_window(io, buffer);
-    const int32_t result = KOVRADALT_Seek_IO(io, 0, SEEK_SET) < 0 ? -1 : read(window, static_cast<uint32_t>(io->size));
-    DALTJ_ReleaseStreamBuffer(io, buffer);
+    DALTJ_ByteWindow window = io::make_window(source->io, buffer);
+    const int32_t result = read(window, static_cast<uint32_t>(source->io->size));
+    DALTJ_ReleaseStreamBuffer(source->io, buffer);
     return result;
 }
 
@@ -68,84 +39,86 @@ inline int32_t get_exif(SourceKind kind, const Bytes &file, DALTJ_ExifInfo *info
     return through_window(kind, file, [info](DALTJ_ByteWindow &w, uint32_t) { return DALTJ_GetExifInfo(&w, info); });
 }
 
-// DALTJ_ReadTiffInfo with the source's size as length; the jpeg offset goes to *jpeg_offset.
+// DALTJ_ReadTiffInfo over the whole source; the embedded JPEG's offset goes to *jpeg_offset.
 inline int32_t read_tiff(SourceKind kind, const Bytes &file, uint32_t *jpeg_offset) {
     return through_window(kind, file, [jpeg_offset](DALTJ_ByteWindow &w, uint32_t size) {
         DALTJ_TiffInfo info{};
         const int32_t result = DALTJ_ReadTiffInfo(&info, &w, 0, size, 0);
-        *jpeg_offset = info.jpeg_offset;
-        return result;
+        return *jpeg_offset = info.jpeg_offset, result;
     });
 }
 
-// TIFF data in one byte order: the header (IFD0 at 8 until set), then whatever is added, each at
-// the offset its adder returns.
-struct Tiff {
-    bool little;
-    Bytes b;
-    explicit Tiff(bool le) : little(le), b{uint8_t(le ? 'I' : 'M'), uint8_t(le ? 'I' : 'M')} { put(2, 42, 2), put(4, 8, 4); }
-    uint32_t size() const { return static_cast<uint32_t>(b.size()); }
-    void put(uint32_t at, uint32_t v, int n) {
-        if (b.size() < at + n) b.resize(at + n);
-        for (int k = 0; k < n; ++k) b[at + k] = static_cast<uint8_t>(v >> 8 * (little ? k : n - 1 - k));
-    }
-    uint32_t add(const Bytes &data) {
-        b.insert(b.end(), data.begin(), data.end());
-        return size() - static_cast<uint32_t>(data.size());
-    }
-    uint32_t text(const std::string &s) { return add(Bytes(s.c_str(), s.c_str() + s.size() + 1)); }
-    // Entries {tag, type, count, value}. A SHORT of count 1 is written as a short; the value of a
-    // one-byte type of count <= 4 is its bytes, first byte highest ('N' << 24 is "N"); any other
-    // value is the 32-bit word.
-    uint32_t ifd(const std::vector<std::array<uint32_t, 4>> &entries, uint32_t next = 0) {
-        const uint32_t at = size();
-        put(at, static_cast<uint32_t>(entries.size()), 2);
-        for (const auto &[tag, type, count, value] : entries) {
-            const uint32_t e = size();
-            put(e, tag, 2), put(e + 2, type, 2), put(e + 4, count, 4);
-            const bool bytes = (type == 1 || type == 2 || type == 6 || type == 7) && count <= 4;
-            if (bytes) {
-                for (int k = 0; k < 4; ++k) b.push_back(static_cast<uint8_t>(value >> (24 - 8 * k)));
-            } else {
-                put(e + 8, value, type == 3 && count == 1 ? 2 : 4);
-            }
-            b.resize(e + 12);
-        }
-        put(size(), next, 4);
-        return at;
-    }
-    Tiff &ifd0(uint32_t at) { return put(4, at, 4), *this; }
+// kWords: n 32-bit words (a rational is two); kText, kBlock: an owned string or byte block; kBytes: n bytes in place.
+enum Held { kWords, kText, kBlock, kBytes };
+enum : uint16_t { kByte = 1, kAscii = 2, kShort = 3, kLong = 4, kRational = 5, kUndef = 7, kSRational = 10 };
+constexpr size_t kInGps = 0x1000;  // added to the offsets of GPS fields
+struct Field {
+    const char *name;
+    int ifd;             // libexif's numbering: 0, 1 (thumbnail), 2 (EXIF), 3 (GPS); -1: no entry of its own
+    uint16_t tag, type;  // type 0: SHORT or LONG
+    int count;           // -1: any
+    Held held;
+    size_t at;
+    int n;
 };
+#define AT(f) offsetof(DALTJ_ExifInfo, f)
+#define GPS(f) (kInGps + offsetof(DALTJ_GpsInfo, f))
+inline const Field kFields[] = {
+    {"make", 0, 271, kAscii, -1, kText, AT(make), 0}, {"model", 0, 272, kAscii, -1, kText, AT(model), 0},
+    {"software", 0, 305, kAscii, -1, kText, AT(software), 0}, {"rights_notice", 0, 33432, kAscii, -1, kText, AT(rights_notice), 0},
+    {"bits_per_sample", 0, 258, kShort, 3, kWords, AT(bits_per_sample), 3}, {"compression", 0, 259, kShort, 1, kWords, AT(compression), 1},
+    {"orientation", 0, 274, kShort, 1, kWords, AT(orientation), 1}, {"x_resolution", 0, 282, kRational, 1, kWords, AT(x_resolution), 2},
+    {"y_resolution", 0, 283, kRational, 1, kWords, AT(y_resolution), 2}, {"resolution_unit", 0, 296, kShort, 1, kWords, AT(resolution_unit), 1},
+    {"ycbcr_positioning", 0, 531, kShort, 1, kWords, AT(ycbcr_positioning), 1}, {"exposure_time", 2, 33434, kRational, 1, kWords, AT(exposure_time), 2},
+    {"exif_version", 2, 36864, kUndef, 4, kBlock, AT(exif_version), 0}, {"date_time_original", 2, 36867, kAscii, 20, kText, AT(date_time_original), 0},
+    {"date_time_digitized", 2, 36868, kAscii, 20, kText, AT(date_time_digitized), 0}, {"flash", 2, 37385, kShort, 1, kWords, AT(flash), 1},
+    {"color_space", 2, 40961, kShort, 1, kWords, AT(color_space), 1}, {"pixel_x_dimension", 2, 40962, 0, 1, kWords, AT(pixel_x_dimension), 1},
+    {"pixel_y_dimension", 2, 40963, 0, 1, kWords, AT(pixel_y_dimension), 1}, {"exposure_mode", 2, 41986, kShort, 1, kWords, AT(exposure_mode), 1},
+    {"white_balance", 2, 41987, kShort, 1, kWords, AT(white_balance), 1}, {"digital_zoom_ratio", 2, 41988, kRational, 1, kWords, AT(digital_zoom_ratio), 2},
+    {"focal_length", 2, 37386, kRational, 1, kWords, AT(focal_length), 2}, {"iso", 2, 34855, kShort, 1, kWords, AT(iso_speed), 1},
+    {"exposure_bias", 2, 37380, kSRational, 1, kWords, AT(exposure_bias), 2}, {"f_number", 2, 33437, kRational, 1, kWords, AT(f_number), 2},
+    {"shutter_speed", 2, 37377, kSRational, 1, kWords, AT(shutter_speed), 2}, {"gps", -1, 0, 0, 0, kBlock, AT(gps), 0},
+    {"gps.version_id", 3, 0, kByte, 4, kBytes, GPS(version_id), 4}, {"gps.latitude_ref", 3, 1, kAscii, 2, kBytes, GPS(latitude_ref), 4},
+    {"gps.latitude", 3, 2, kRational, 3, kWords, GPS(latitude), 6}, {"gps.longitude_ref", 3, 3, kAscii, 2, kBytes, GPS(longitude_ref), 4},
+    {"gps.longitude", 3, 4, kRational, 3, kWords, GPS(longitude), 6}, {"gps.altitude_ref", 3, 5, kByte, 1, kWords, GPS(altitude_ref), 1},
+    {"gps.altitude", 3, 6, kRational, 1, kWords, GPS(altitude), 2}, {"gps.time_stamp", 3, 7, kRational, 3, kWords, GPS(time_stamp), 6},
+    {"gps.map_datum", 3, 18, kAscii, -1, kText, GPS(map_datum), 0}, {"gps.processing_method", 3, 27, kUndef, -1, kBlock, GPS(processing_method), 0},
+    {"gps.date_stamp", 3, 29, kAscii, 11, kBytes, GPS(date_stamp), 12},  // byte 10 always 0
+    {"thumbnail.photometric", 1, 262, kShort, 1, kWords, AT(thumbnail.photometric), 1},
+    {"thumbnail.planar_configuration", 1, 284, kShort, 1, kWords, AT(thumbnail.planar_configuration), 1},
+    {"thumbnail.tag_4173", 1, 4173, kShort, 1, kWords, AT(thumbnail.tag_4173), 1},
+    {"thumb", -1, 0, 0, 0, kWords, AT(thumbnail), 9},  // present, width, height, compression, photometric, byte_count, 4173, planar, data_offset
+};
+#undef AT
+#undef GPS
 
-inline Bytes segment(uint8_t marker, const Bytes &payload) {
-    Bytes out(payload.size() + 4);
-    out[0] = 0xFF, out[1] = marker, out[2] = static_cast<uint8_t>((payload.size() + 2) >> 8);
-    out[3] = static_cast<uint8_t>(payload.size() + 2);
-    std::copy(payload.begin(), payload.end(), out.begin() + 4);
-    return out;
+inline const uint8_t *field_in(const DALTJ_ExifInfo &info, const Field &f) {
+    static const DALTJ_GpsInfo none{};
+    const auto *gps = reinterpret_cast<const uint8_t *>(info.gps != nullptr ? info.gps : &none);
+    return f.at < kInGps ? reinterpret_cast<const uint8_t *>(&info) + f.at : gps + (f.at - kInGps);
+}
+inline const char *pointer_in(const DALTJ_ExifInfo &info, const Field &f) {
+    const char *p;
+    return std::memcpy(&p, field_in(info, f), sizeof p), p;
+}
+inline std::string words(const uint8_t *at, int n) {
+    std::string text;
+    for (int k = 0; k < n; ++k) text.append(k > 0 ? "," : "").append(std::to_string(reinterpret_cast<const uint32_t *>(at)[k]));
+    return text;
 }
 
-inline Bytes exif_segment(const Bytes &tiff) {
-    Bytes payload{'E', 'x', 'i', 'f', 0, 0};
-    payload.insert(payload.end(), tiff.begin(), tiff.end());
-    return segment(0xE1, payload);
-}
-
-inline Bytes concat(std::initializer_list<Bytes> parts) {
-    Bytes out;
-    for (const Bytes &p : parts) out.insert(out.end(), p.begin(), p.end());
-    return out;
-}
-
-inline Bytes frame_header(uint16_t width, uint16_t height) {
-    return segment(0xC0, {8, uint8_t(height >> 8), uint8_t(height), uint8_t(width >> 8), uint8_t(width), 3, 1, 0x22, 0, 2,
-                          0x11, 1, 3, 0x11, 1});
-}
-
-// SOI, the given pieces, a frame header, a scan with a little entropy data, EOI.
-inline Bytes jpeg(std::initializer_list<Bytes> pieces, uint16_t width = 16, uint16_t height = 8) {
-    Bytes out = concat({{0xFF, 0xD8}, concat(pieces), frame_header(width, height), segment(0xDA, {1, 1, 0, 0, 63, 0})});
-    return concat({out, {0x12, 0xFF, 0x00, 0xFF, 0xD0, 0x34, 0xFF, 0xD9}});
+// The record's filled fields in table order: name=value, a block by its name alone.
+inline std::string describe(const DALTJ_ExifInfo &info) {
+    std::string text;
+    for (const Field &f : kFields) {
+        const uint8_t *at = field_in(info, f);
+        const auto *chars = reinterpret_cast<const char *>(at);
+        const bool pointer = f.held == kText || f.held == kBlock;
+        if (pointer ? pointer_in(info, f) == nullptr : std::all_of(at, at + (f.held == kWords ? 4 * f.n : f.n), [](uint8_t b) { return b == 0; })) continue;
+        text.append(text.empty() ? "" : " ").append(f.name).append(f.held == kBlock ? "" : "=");
+        text.append(f.held == kWords ? words(at, f.n) : f.held == kBytes ? std::string(chars, strnlen(chars, f.n)) : f.held == kText ? pointer_in(info, f) : "");
+    }
+    return text;
 }
 
 }  // namespace kovra::test
