@@ -17,49 +17,16 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <vector>
 
-#include "io/window_bytes.h"
-#include "kovra_decinfo.h"
-#include "kovra_exif.h"
-#include "kovra_os.h"
-#include "tools/common/exif_info_release.h"
+#include "exif_corpus.h"
 
 namespace {
 
-using Files = std::vector<std::vector<uint8_t>>;
-
-Files load_corpus(const std::filesystem::path &dir) {
-    Files files;
-    std::error_code ec;
-    for (const auto &entry : std::filesystem::recursive_directory_iterator(dir / "jpeg-exif", ec)) {
-        if (!entry.is_regular_file()) continue;
-        std::string ext = entry.path().extension().string();
-        for (char &c : ext) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-        if (ext != ".jpg" && ext != ".jpeg" && ext != ".mpo" && ext != ".jps") continue;
-        std::ifstream in(entry.path(), std::ios::binary);
-        files.emplace_back(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    }
-    return files;
-}
-
-int library_read(std::vector<uint8_t> &file) {
-    KOVRADALT_DecInfo *dec =
-        KOVRADALT_CreateDecInfo(IO_KIND_MEMORY, file.data(), static_cast<int32_t>(file.size()), 0, 0);
-    if (dec == nullptr) return 0;
-    uint8_t *buffer = DALTJ_AllocateStreamBuffer(dec->io);
-    DALTJ_ByteWindow window = kovra::io::make_window(dec->io, buffer);
-    DALTJ_ExifInfo info{};
-    const int32_t result = DALTJ_GetExifInfo(&window, &info);
-    kovra::exif::release_exif_fields(&info);
-    DALTJ_ReleaseStreamBuffer(dec->io, buffer);
-    KOVRADALT_DestroyDecInfo(dec);
-    return result == 1 ? 1 : 0;
-}
+using kovra::bench::Files;
+using kovra::bench::library_read;
+using kovra::bench::load_corpus;
 
 int libexif_read(std::vector<uint8_t> &file) {
     ExifData *data = exif_data_new_from_data(file.data(), static_cast<unsigned>(file.size()));
