@@ -20,6 +20,7 @@ namespace {
 
 constexpr int64_t kMaxPixels = 1 << 14;
 constexpr int kMaxFrames = 64;
+volatile uint32_t g_sink;  // what the colour queries hand out is read
 
 struct Road {
     int32_t format;
@@ -42,8 +43,7 @@ void query_colors(KOVRADALT_DecInfo *dec) {
         const uint32_t *map = KOVRADALTI_GetColorMap(dec);
         for (uint32_t i = 0; map != nullptr && i < std::min(count, 256u); ++i) sum += map[i];
     }
-    static volatile uint32_t sink;
-    sink = sum;
+    g_sink = g_sink + sum;
 }
 
 void decode(KOVRADALT_DecInfo *dec, const Road &road) {

@@ -31,10 +31,9 @@ struct Case {
     Bytes bytes;
     int32_t type;
     uint32_t frames;
-    uint32_t default_delay = 0;
+    int64_t default_delay = 0;  // -1: through KOVRADALT_Parser
     Delays delays = {};
     int64_t total = -1;  // -1: not checked
-    Driver driver = Driver::kSimpleParserGif;
 };
 
 std::vector<Case> cases() {
@@ -56,7 +55,7 @@ std::vector<Case> cases() {
         {"no trailer, ending at the stated size", G().image(F).image(F).bytes(), 6, 2},
         {"nothing after the trailer is read", G().image(F).trailer().image(F).image(F).bytes(), 4, 1},
         {"short delays take the default", G().delay(2).image(F).delay(3).image(F).trailer().bytes(), 6, 2, 70, {70, 30}, 100},
-        {"the generic driver's default is 0", G().delay(2).image(F).delay(3).image(F).trailer().bytes(), 6, 2, 0, {0, 30}, -1, Driver::kParser},
+        {"the generic driver's default is 0", G().delay(2).image(F).delay(3).image(F).trailer().bytes(), 6, 2, -1, {0, 30}},
         {"frames without an extension take the default", G().image(F).image(F).image(F).trailer().bytes(), 6, 3, 100, {100, 100, 100}, 300},
         {"no clamp pass when every frame has an extension", G().delay(65535).image(F).delay(10).image(F).trailer().bytes(), 6, 2, 50, {655350, 100}, 655450},
         {"the clamp pass", G().delay(65535).image(F).delay(4).image(F).image(F).trailer().bytes(), 6, 3, 50, {50, 50, 50}, 655350 + 40 + 50},
@@ -93,34 +92,26 @@ using GifScanner = SourceKindTest;
 
 TEST_P(GifScanner, Cases) {
     for (const Case &c : cases()) {
-        const GifScan scan = scan_gif(GetParam(), c.bytes, c.default_delay, c.driver);
-        EXPECT_EQ(scan.type, c.type) << c.what;
-        EXPECT_EQ(scan.frame_count, c.frames) << c.what;
-        if (!c.delays.empty()) {
-            EXPECT_EQ(scan.delays, c.delays) << c.what;
-        }
-        if (c.total >= 0) {
-            EXPECT_EQ(scan.total_delay, c.total) << c.what;
-        }
+        const GifScan scan = scan_gif(GetParam(), c.bytes, c.default_delay);
+        EXPECT_EQ(std::pair(scan.type, scan.frame_count), std::pair(c.type, c.frames)) << c.what;
+        EXPECT_TRUE(c.delays.empty() || scan.delays == c.delays) << c.what;
+        EXPECT_TRUE(c.total < 0 || scan.total_delay == c.total) << c.what;
     }
 }
 
-TEST(GifScannerScreen, RefusedScreensStillReportTheirSize) {
+TEST(GifScannerEdges, RefusedScreensStillReportTheirSize) {
     for (auto [w, h] : {std::pair{5001, 10}, {10, 5001}, {0, 10}, {10, 0}}) {
         const GifScan scan = scan_gif(SourceKind::kMemory, GifBuilder(w, h).image(F).trailer().bytes());
         EXPECT_EQ(std::vector<int64_t>({scan.type, scan.width, scan.height}), std::vector<int64_t>({0, w, h}));
     }
 }
 
-TEST(GifScannerEnd, StreamShorterThanItsStatedSizeGivesZero) {
-    MemoryStream stream;
-    stream.bytes = G().image(F).image(F).bytes();
+TEST(GifScannerEdges, StreamShorterThanItsStatedSizeGivesZero) {
+    MemoryStream stream{G().image(F).image(F).bytes()};
     KOVRADALT_DecInfo *dec = KOVRADALT_CreateDecInfoWithStream(&stream, static_cast<int32_t>(stream.bytes.size() + 100),
-                                                               MemoryStream::read, MemoryStream::skip,
-                                                               MemoryStream::rewind, 0, 0);
+                                                               MemoryStream::read, MemoryStream::skip, MemoryStream::rewind, 0, 0);
     KOVRADALT_ImageInfo info{};
-    EXPECT_EQ(KOVRADALT_SimpleParserGIF(dec, &info, 0), 0);
-    EXPECT_EQ(info.image_count, 2u);
+    EXPECT_EQ(std::pair(KOVRADALT_SimpleParserGIF(dec, &info, 0), info.image_count), std::pair(0, 2u));
     KOVRADALT_OsFree(info.frame_delays);
     KOVRADALT_DestroyDecInfo(dec);
     SourceRecord source(SourceKind::kMemory, G().delay(10).image(F).delay(10).image(F).trailer().bytes());
@@ -128,7 +119,7 @@ TEST(GifScannerEnd, StreamShorterThanItsStatedSizeGivesZero) {
     EXPECT_EQ(source->gif_total_delay, 200u);
 }
 
-TEST(GifScannerAllocation, DelayTableGrowsGeometricallyAndFailsCleanly) {
+TEST(GifScannerEdges, DelayTableGrowsGeometricallyAndFailsCleanly) {
     GifBuilder gif = G();
     for (int i = 0; i < 3000; ++i) gif.delay(10).image(F);
     SourceRecord source(SourceKind::kMemory, gif.trailer().bytes());
@@ -137,18 +128,14 @@ TEST(GifScannerAllocation, DelayTableGrowsGeometricallyAndFailsCleanly) {
         AllocationFailure failure(40);  // a table growing one entry at a time would need thousands
         EXPECT_EQ(KOVRADALT_SimpleParserGIF(source.record(), &info, 0), 6);
     }
-    EXPECT_EQ(info.frame_count, 3000u);
     EXPECT_EQ(info.frame_count == 3000 ? info.frame_delays[2999] : 0, 100u);
     KOVRADALT_OsFree(info.frame_delays);
     SourceRecord small(SourceKind::kMemory, G().delay(10).image(F).delay(10).image(F).image(F).trailer().bytes());
     for (long successes = 0; successes < 4; ++successes) {
         KOVRADALT_ImageInfo partial{};
         AllocationFailure failure(successes);  // the window first, then the delay slots
-        EXPECT_EQ(KOVRADALT_SimpleParserGIF(small.record(), &partial, 0), 0) << successes;
-        EXPECT_EQ(partial.frame_count, 0u);  // never more than the table handed out holds
-        if (successes == 0) {
-            EXPECT_EQ(gKOVRADALT_Error, 4);
-        }
+        EXPECT_EQ(KOVRADALT_SimpleParserGIF(small.record(), &partial, 0) + partial.frame_count, 0u) << successes;
+        EXPECT_TRUE(successes > 0 || gKOVRADALT_Error == 4);
         KOVRADALT_OsFree(partial.frame_delays);
     }
 }
