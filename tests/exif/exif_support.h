@@ -18,6 +18,7 @@ namespace kovra::test {
 
 using Bytes = std::vector<uint8_t>;
 
+// A record that frees what the readers put in it.
 struct ExifRecord : DALTJ_ExifInfo {
     ExifRecord() : DALTJ_ExifInfo{} {}
     ~ExifRecord() { exif::release_exif_fields(this); }
@@ -48,33 +49,29 @@ inline int32_t read_tiff(SourceKind kind, const Bytes &file, uint32_t *jpeg_offs
     });
 }
 
-// kWords: n 32-bit words (a rational is two); kText, kBlock: an owned string or byte block; kBytes: n bytes in place.
+// A record field: its name, where it lies, how it is held (kWords: n 32-bit words, a rational being two; kText,
+// kBlock: an owned string or byte block; kBytes: n bytes in place), and the entry that fills it: libexif's IFD
+// number (0, 1 the thumbnail's, 2 EXIF, 3 GPS; -1 none), tag, type (0: SHORT or LONG) and count (-1: any).
 enum Held { kWords, kText, kBlock, kBytes };
 enum : uint16_t { kByte = 1, kAscii = 2, kShort = 3, kLong = 4, kRational = 5, kUndef = 7, kSRational = 10 };
+struct Field { const char *name; int ifd; uint16_t tag, type; int count; Held held; size_t at; int n; };
 constexpr size_t kInGps = 0x1000;  // added to the offsets of GPS fields
-struct Field {
-    const char *name;
-    int ifd;             // libexif's numbering: 0, 1 (thumbnail), 2 (EXIF), 3 (GPS); -1: no entry of its own
-    uint16_t tag, type;  // type 0: SHORT or LONG
-    int count;           // -1: any
-    Held held;
-    size_t at;
-    int n;
-};
 #define AT(f) offsetof(DALTJ_ExifInfo, f)
 #define GPS(f) (kInGps + offsetof(DALTJ_GpsInfo, f))
-inline const Field kFields[] = {
+inline const Field kFields[] = {  // "thumb": present, width, height, compression, photometric, byte_count, 4173, planar, data_offset; GPS byte 10 always 0
     {"make", 0, 271, kAscii, -1, kText, AT(make), 0}, {"model", 0, 272, kAscii, -1, kText, AT(model), 0},
     {"software", 0, 305, kAscii, -1, kText, AT(software), 0}, {"rights_notice", 0, 33432, kAscii, -1, kText, AT(rights_notice), 0},
     {"bits_per_sample", 0, 258, kShort, 3, kWords, AT(bits_per_sample), 3}, {"compression", 0, 259, kShort, 1, kWords, AT(compression), 1},
     {"orientation", 0, 274, kShort, 1, kWords, AT(orientation), 1}, {"x_resolution", 0, 282, kRational, 1, kWords, AT(x_resolution), 2},
     {"y_resolution", 0, 283, kRational, 1, kWords, AT(y_resolution), 2}, {"resolution_unit", 0, 296, kShort, 1, kWords, AT(resolution_unit), 1},
-    {"ycbcr_positioning", 0, 531, kShort, 1, kWords, AT(ycbcr_positioning), 1}, {"exposure_time", 2, 33434, kRational, 1, kWords, AT(exposure_time), 2},
-    {"exif_version", 2, 36864, kUndef, 4, kBlock, AT(exif_version), 0}, {"date_time_original", 2, 36867, kAscii, 20, kText, AT(date_time_original), 0},
+    {"ycbcr_positioning", 0, 531, kShort, 1, kWords, AT(ycbcr_positioning), 1},
+    {"exposure_time", 2, 33434, kRational, 1, kWords, AT(exposure_time), 2}, {"exif_version", 2, 36864, kUndef, 4, kBlock, AT(exif_version), 0},
+    {"date_time_original", 2, 36867, kAscii, 20, kText, AT(date_time_original), 0},
     {"date_time_digitized", 2, 36868, kAscii, 20, kText, AT(date_time_digitized), 0}, {"flash", 2, 37385, kShort, 1, kWords, AT(flash), 1},
     {"color_space", 2, 40961, kShort, 1, kWords, AT(color_space), 1}, {"pixel_x_dimension", 2, 40962, 0, 1, kWords, AT(pixel_x_dimension), 1},
     {"pixel_y_dimension", 2, 40963, 0, 1, kWords, AT(pixel_y_dimension), 1}, {"exposure_mode", 2, 41986, kShort, 1, kWords, AT(exposure_mode), 1},
-    {"white_balance", 2, 41987, kShort, 1, kWords, AT(white_balance), 1}, {"digital_zoom_ratio", 2, 41988, kRational, 1, kWords, AT(digital_zoom_ratio), 2},
+    {"white_balance", 2, 41987, kShort, 1, kWords, AT(white_balance), 1},
+    {"digital_zoom_ratio", 2, 41988, kRational, 1, kWords, AT(digital_zoom_ratio), 2},
     {"focal_length", 2, 37386, kRational, 1, kWords, AT(focal_length), 2}, {"iso", 2, 34855, kShort, 1, kWords, AT(iso_speed), 1},
     {"exposure_bias", 2, 37380, kSRational, 1, kWords, AT(exposure_bias), 2}, {"f_number", 2, 33437, kRational, 1, kWords, AT(f_number), 2},
     {"shutter_speed", 2, 37377, kSRational, 1, kWords, AT(shutter_speed), 2}, {"gps", -1, 0, 0, 0, kBlock, AT(gps), 0},
@@ -83,19 +80,17 @@ inline const Field kFields[] = {
     {"gps.longitude", 3, 4, kRational, 3, kWords, GPS(longitude), 6}, {"gps.altitude_ref", 3, 5, kByte, 1, kWords, GPS(altitude_ref), 1},
     {"gps.altitude", 3, 6, kRational, 1, kWords, GPS(altitude), 2}, {"gps.time_stamp", 3, 7, kRational, 3, kWords, GPS(time_stamp), 6},
     {"gps.map_datum", 3, 18, kAscii, -1, kText, GPS(map_datum), 0}, {"gps.processing_method", 3, 27, kUndef, -1, kBlock, GPS(processing_method), 0},
-    {"gps.date_stamp", 3, 29, kAscii, 11, kBytes, GPS(date_stamp), 12},  // byte 10 always 0
+    {"gps.date_stamp", 3, 29, kAscii, 11, kBytes, GPS(date_stamp), 12},
     {"thumbnail.photometric", 1, 262, kShort, 1, kWords, AT(thumbnail.photometric), 1},
     {"thumbnail.planar_configuration", 1, 284, kShort, 1, kWords, AT(thumbnail.planar_configuration), 1},
-    {"thumbnail.tag_4173", 1, 4173, kShort, 1, kWords, AT(thumbnail.tag_4173), 1},
-    {"thumb", -1, 0, 0, 0, kWords, AT(thumbnail), 9},  // present, width, height, compression, photometric, byte_count, 4173, planar, data_offset
+    {"thumbnail.tag_4173", 1, 4173, kShort, 1, kWords, AT(thumbnail.tag_4173), 1}, {"thumb", -1, 0, 0, 0, kWords, AT(thumbnail), 9},
 };
 #undef AT
 #undef GPS
 
 inline const uint8_t *field_in(const DALTJ_ExifInfo &info, const Field &f) {
     static const DALTJ_GpsInfo none{};
-    const auto *gps = reinterpret_cast<const uint8_t *>(info.gps != nullptr ? info.gps : &none);
-    return f.at < kInGps ? reinterpret_cast<const uint8_t *>(&info) + f.at : gps + (f.at - kInGps);
+    return f.at < kInGps ? reinterpret_cast<const uint8_t *>(&info) + f.at : reinterpret_cast<const uint8_t *>(info.gps != nullptr ? info.gps : &none) + (f.at - kInGps);
 }
 inline const char *pointer_in(const DALTJ_ExifInfo &info, const Field &f) {
     const char *p;
