@@ -52,11 +52,11 @@ struct TiffWriter {
         if (wild == 1) return from_end.push_back({at, rng.pick(back)});
         put(at, wild == 2 ? rng.pick(anywhere) : wild == 3 && !ifds.empty() ? ifds[rng.below(uint32_t(ifds.size()))] : value, 4);
     }
-    // A small JPEG for tag 513: a frame header with the thumbnail's size (now and then cut or 12-bit), a scan.
+    // A small JPEG for tag 513: a frame header (now and then cut or 12-bit), a scan.
     Bytes thumbnail() {
-        Bytes jpeg{0xFF, 0xD8, 0xFF, uint8_t(rng.one_in(4) ? 0xC2 : 0xC0), 0, 0x11, uint8_t(rng.one_in(8) ? 12 : 8), 0, 1, 2, 3, 3, 1, 0x22, 0, 2, 0x11, 1, 3, 0x11, 1};
-        jpeg.resize(jpeg.size() - (rng.one_in(6) ? rng.range(1, 12) : 0)), jpeg.insert(jpeg.end(), {0xFF, 0xDA, 0, 8, 1, 1, 0, 0, 0x3F, 0});
-        return rng.fill(&jpeg, rng.spread(64)), jpeg.insert(jpeg.end(), {0xFF, 0xD9}), jpeg;
+        Bytes jpeg{0xFF, 0xD8, 0xFF, uint8_t(rng.one_in(4) ? 0xC2 : 0xC0), 0, 0x11, uint8_t(rng.one_in(8) ? 12 : 8), rng.byte(), 1, 2, rng.byte(), 3, 1, 0x22, 0, 2, 0x11, 1, 3, 0x11, 1};
+        jpeg.resize(jpeg.size() - (rng.one_in(6) ? rng.range(1, 12) : 0)), jpeg.insert(jpeg.end(), {0xFF, 0xDA, 0, 8, 1, 1, 0, 0, 0x3F, 0, 0xFF, 0xD9});
+        return jpeg;
     }
 
     // The entry at `slot`: its tag, type and count, then its value, the block it points to, or the IFDs it leads to.
