@@ -1,63 +1,80 @@
 // What the road's corpus sweep cannot reach: the writers' region, parity and format rules on small
-// hand-checked rows and the drivers' row accounting; and the vector conversion against the scalar
-// one over every input.
+// hand-checked rows, the drivers' row accounting, the resamplers, and the vector conversion
+// against the scalar one over every input.
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <random>
 
 #include "color/ycc_rgb.h"
-#include "color_scene.h"
+#include "jpeg/range_limit.h"
+#include "kovra_jpeg.h"
 
-namespace kovra::test::color {
 namespace {
 
 using Bytes = std::vector<uint8_t>;
 
-// A row of n samples first, first + 1, ...
-Image ramp(uint8_t first, int32_t n = 16, int32_t rows = 1) {
-    Image image{n, rows, {}};
-    for (int32_t i = 0; i < n * rows; ++i) image.samples.push_back(uint8_t(first + i));
-    return image;
+// n samples first, first + 1, ...
+Bytes run(int first, int n = 16) {
+    Bytes b;
+    for (int i = 0; i < n; ++i) b.push_back(uint8_t(first + i));
+    return b;
 }
-
-Bytes bytes(std::initializer_list<int> values) { return Bytes(values.begin(), values.end()); }
-Bytes run(uint8_t first, int n) { return ramp(first, n).samples; }
-Bytes cat(Bytes a, const Bytes &b) {
-    a.insert(a.end(), b.begin(), b.end());
-    return a;
+Bytes cat(std::initializer_list<Bytes> parts) {
+    Bytes all;
+    for (const Bytes &p : parts) all.insert(all.end(), p.begin(), p.end());
+    return all;
 }
 Bytes untouched(int n) { return Bytes(size_t(n), 0xA5); }
 
-TEST(OneToOne, Format5ConvertsFromTheMaskedOddColumnUsingTheScaleCode) {
+// A context with its region record and row set; source components are row tables over images,
+// output planes sized exactly (so the sanitizers see any write beyond them) and filled with 0xA5.
+struct Scene {
+    KOVRADALT_DecInfo region{};
+    DALTJ_SampleRows rows{};
+    DALTJ_DecoderInfo ctx{};
+    std::array<std::vector<uint8_t *>, 3> tables;
+    std::array<Bytes, 3> planes;  // Y (or grey or pixels), Cb, Cr
+    std::array<std::vector<uint32_t>, 2> accumulators;
+
+    Scene() {
+        ctx.checkContext = &region;
+        ctx.sampleRows = &rows;
+        ctx.rangeLimit = kovra::jpeg::sample_range_limit();
+    }
+    void source(int c, Bytes &image, int32_t width) {
+        tables[c].clear();
+        for (size_t y = 0; y < image.size() / width; ++y) tables[c].push_back(image.data() + y * width);
+        rows.componentRows[c] = tables[c].data();
+    }
+    void output(int32_t format, size_t bytes, size_t chroma_bytes = 0) {
+        ctx.outputFormat = format;
+        planes = {untouched(int(bytes)), untouched(int(chroma_bytes)), untouched(int(chroma_bytes))};
+        ctx.outY = planes[0].data(), ctx.outCb = planes[1].data(), ctx.outCr = planes[2].data();
+    }
+};
+
+TEST(OneToOne, Formats5And14TakeTheirMaskedColumnFromTheirOwnScale) {
     Scene scene;
-    Image y = ramp(0), chroma = Image{16, 1, Bytes(16, 128)};
-    scene.ctx.scaleCode = 2;        // mask 6
-    scene.region.region_scale = 8;  // not used by this format
-    scene.region.region_left = 13;  // 13 & 6 = 4, odd: pixels from column 5
+    Bytes y = run(0), cb = run(100), cr = run(200), grey(16, 128);
+    scene.ctx.scaleCode = 2;        // mask 6: format 5
+    scene.region.region_scale = 4;  // mask 2: format 14
+    scene.region.region_left = 13;  // 13 & 6 = 4, 13 & 2 = 0, odd: luma one later
     scene.ctx.outputPitch = 100;
     scene.output(5, 12);
-    DALTJ_YcbcrWriteOutput1to1(&scene.ctx, y.samples.data(), chroma.samples.data(), chroma.samples.data(), 3);
-    EXPECT_EQ(scene.planes[0], bytes({255, 5, 5, 5, 255, 6, 6, 6, 255, 7, 7, 7}));
+    DALTJ_YcbcrWriteOutput1to1(&scene.ctx, y.data(), grey.data(), grey.data(), 3);
+    EXPECT_EQ(scene.planes[0], Bytes({255, 5, 5, 5, 255, 6, 6, 6, 255, 7, 7, 7}));
     EXPECT_EQ(scene.ctx.outY, scene.planes[0].data() + 100);
-    EXPECT_EQ(scene.ctx.outputRowsWritten, 1u);
-}
-
-TEST(OneToOne, Format14CopiesChromaOnEvenRowsWithAnOddWidthsExtraSample) {
-    Scene scene;
-    Image y = ramp(0), cb = ramp(100), cr = ramp(200);
-    scene.ctx.scaleCode = 1;        // not used by this format
-    scene.region.region_scale = 4;  // mask 2
-    scene.region.region_left = 7;   // chroma from 7 & 2 = 2, luma one later
+    scene.region.region_left = 7;  // chroma from 7 & 2 = 2, luma from 3; chroma on even rows only
     scene.ctx.outputStride = 4;
     scene.output(14, 8, 4);
-    for (int row = 0; row < 2; ++row)
-        DALTJ_YcbcrWriteOutput1to1(&scene.ctx, y.samples.data(), cb.samples.data(), cr.samples.data(), 3);
-    EXPECT_EQ(scene.planes[0], cat(cat(run(3, 3), untouched(1)), cat(run(3, 3), untouched(1))));
-    EXPECT_EQ(scene.planes[1], run(102, 4));
+    for (int row = 0; row < 2; ++row) DALTJ_YcbcrWriteOutput1to1(&scene.ctx, y.data(), cb.data(), cr.data(), 3);
+    EXPECT_EQ(scene.planes[0], cat({run(3, 3), untouched(1), run(3, 3), untouched(1)}));
+    EXPECT_EQ(scene.planes[1], run(102, 4));  // an odd width takes one more chroma sample
     EXPECT_EQ(scene.planes[2], run(202, 4));
-    EXPECT_EQ(scene.ctx.outCb, scene.planes[1].data() + 4);  // the odd row left chroma where it was
-    EXPECT_EQ(scene.ctx.outY, scene.planes[0].data() + 8);
+    EXPECT_EQ(scene.ctx.outCb, scene.planes[1].data() + 4);
+    EXPECT_EQ(scene.ctx.outputRowsWritten, 3u);
 }
 
 // A format a writer does not write: nothing written, only the row count and, for the planar
@@ -80,93 +97,69 @@ TEST(Writers, OtherFormatsOnlyCount) {
         {{}, 2, [](DALTJ_DecoderInfo *c, const uint8_t *) { DALTJ_YcbcrWriteOutput1to1_YUV422_H1V2(c); }},
     };
     Scene scene;
-    Image row = ramp(0);
+    Bytes row = run(0);
     scene.ctx.outputStride = scene.ctx.outputPitch = 3;
     scene.region.region_width = 4;
-    for (int32_t format : {4, 5, 7, 14, 15}) {
+    for (int32_t format : {4, 5, 7, 14, 15})
         for (const auto &w : writers) {
             if (std::find(w.writes.begin(), w.writes.end(), format) != w.writes.end()) continue;
             scene.output(format, 64, 64);
             scene.ctx.outputRowsWritten = 0;
-            w.write(&scene.ctx, row.samples.data());
+            w.write(&scene.ctx, row.data());
             EXPECT_EQ(scene.ctx.outputRowsWritten, std::max(w.rows, 1u)) << format;
             EXPECT_EQ(scene.ctx.outY, scene.planes[0].data() + 3 * w.rows) << format;
             EXPECT_EQ(scene.ctx.outCb, scene.planes[1].data()) << format;
             EXPECT_EQ(scene.planes[0], untouched(64)) << format;
         }
-    }
 }
 
-TEST(PlanarYuv, Yuv444CopiesFromTheRegionColumnAndStridesByTheRegionWidth) {
-    Scene scene;
-    Image y = ramp(0), cb = ramp(100), cr = ramp(200);
-    scene.region.region_scale = 4;  // mask 2
-    scene.region.region_left = 7;   // 7 & 2 = 2, odd: every plane from column 3
-    scene.region.region_width = 3;
-    scene.ctx.outputPitch = 1;
-    scene.output(15, 3, 3);
-    DALTJ_YcbcrWriteOutput1to1_YUV444(&scene.ctx, y.samples.data(), nullptr, cb.samples.data(), cr.samples.data(), 2);
-    EXPECT_EQ(scene.planes[0], cat(run(3, 2), untouched(1)));
-    EXPECT_EQ(scene.planes[1], cat(run(103, 2), untouched(1)));
-    EXPECT_EQ(scene.planes[2], cat(run(203, 2), untouched(1)));
-    EXPECT_EQ(scene.ctx.outY, scene.planes[0].data() + 4);
-    EXPECT_EQ(scene.ctx.outCr, scene.planes[2].data() + 3);
-}
+// Planes as wide as the region (region_left 3 or 7 at mask 2); 4:4:4 strides by the region width
+// plus the pitch. 4:2:0: luma from column 3, chroma from 2 / 2 = 1, chroma planes 3 wide; row B
+// follows row A; an odd region top starts on row B, an odd height ends on row A, and after an
+// odd row count row A is written without chroma.
+TEST(PlanarYuv, RegionColumnsRowPairsAndParity) {
+    Bytes a = run(0), b = run(30), cb = run(100), cr = run(200);
+    Scene s444;
+    s444.region.region_scale = 4, s444.region.region_left = 7, s444.region.region_width = 3;
+    s444.ctx.outputPitch = 1;
+    s444.output(15, 3, 3);
+    DALTJ_YcbcrWriteOutput1to1_YUV444(&s444.ctx, a.data(), nullptr, cb.data(), cr.data(), 2);
+    EXPECT_EQ(s444.planes[0], cat({run(3, 2), untouched(1)}));
+    EXPECT_EQ(s444.planes[2], cat({run(203, 2), untouched(1)}));
+    EXPECT_EQ(s444.ctx.outY, s444.planes[0].data() + 4);
+    EXPECT_EQ(s444.ctx.outCr, s444.planes[2].data() + 3);
 
-// 4:2:0 with width 5 from region column 3 (region_left 3 at mask 2: luma from 3, chroma from
-// 2 / 2 = 1), planes as wide as the region, chroma planes 3 wide. Row B follows row A by `width`.
-struct Yuv420 : Scene {
-    Image a = ramp(0), b = ramp(30), cb = ramp(100), cr = ramp(200);
-    Yuv420(int32_t top, int32_t height, int32_t rows, int32_t chroma_rows) {
-        region.region_scale = 4;
-        region.region_left = 3;
-        region.region_width = 5;
-        region.region_top = top;
-        region.region_height = height;
-        output(15, size_t(rows) * 5, size_t(chroma_rows) * 3);
+    const struct {
+        int32_t top, height, rows, chroma_rows, written_before;
+        std::vector<int32_t> returns;
+        Bytes luma, chroma;
+    } cases[] = {
+        {0, 5, 5, 3, 0, {2, 4, 6}, cat({run(3, 5), run(33, 5), run(3, 5), run(33, 5), run(3, 5)}), cat({run(201, 3), run(201, 3), run(201, 3)})},
+        {1, 4, 4, 2, 0, {2, 4, 6}, cat({run(33, 5), run(3, 5), run(33, 5), run(3, 5)}), cat({run(201, 3), run(201, 3)})},
+        {0, 4, 1, 1, 1, {3}, run(3, 5), run(201, 3)},
+    };
+    for (const auto &t : cases) {
+        Scene s;
+        s.region.region_scale = 4, s.region.region_left = 3, s.region.region_width = 5;
+        s.region.region_top = t.top, s.region.region_height = t.height;
+        s.ctx.outputRowsWritten = uint32_t(t.written_before);
+        s.output(15, size_t(t.rows) * 5, size_t(t.chroma_rows) * 3);
+        for (size_t call = 0; call < t.returns.size(); ++call) {
+            s.ctx.outputRow = uint16_t(2 * call);
+            EXPECT_EQ(DALTJ_YcbcrWriteOutput1to1_YUV420(&s.ctx, a.data(), b.data(), cb.data(), cr.data(), 5), t.returns[call]);
+        }
+        EXPECT_EQ(s.planes[0], t.luma) << t.top;
+        EXPECT_EQ(s.planes[2], t.chroma) << t.top;
+        EXPECT_EQ(s.ctx.outCb, s.planes[1].data() + (t.written_before ? 0 : 3 * t.chroma_rows)) << t.top;
     }
-    int32_t call(uint16_t output_row) {
-        ctx.outputRow = output_row;
-        return DALTJ_YcbcrWriteOutput1to1_YUV420(&ctx, a.samples.data(), b.samples.data(), cb.samples.data(),
-                                                 cr.samples.data(), 5);
-    }
-    Bytes row_a() const { return run(3, 5); }
-    Bytes row_b() const { return run(33, 5); }
-};
-
-TEST(PlanarYuv, Yuv420OddRegionTopStartsOnRowBAndAnOddHeightEndsOnRowA) {
-    Yuv420 even(0, 5, 5, 3);
-    EXPECT_EQ(even.call(0), 2);
-    EXPECT_EQ(even.call(2), 4);
-    EXPECT_EQ(even.call(4), 6);  // the last row: row A alone, over where row B would go
-    const Bytes pair = cat(even.row_a(), even.row_b());
-    EXPECT_EQ(even.planes[0], cat(cat(pair, pair), even.row_a()));
-    EXPECT_EQ(even.planes[1], cat(cat(run(101, 3), run(101, 3)), run(101, 3)));
-
-    Yuv420 odd(1, 4, 4, 2);
-    odd.call(0);  // row B alone, one row down
-    odd.call(2);
-    odd.call(4);  // the last row: row A alone, no chroma
-    EXPECT_EQ(odd.planes[0], cat(cat(odd.row_b(), odd.row_a()), cat(odd.row_b(), odd.row_a())));
-    EXPECT_EQ(odd.planes[2], cat(run(201, 3), run(201, 3)));
-    EXPECT_EQ(odd.ctx.outCb, odd.planes[1].data() + 6);
-}
-
-TEST(PlanarYuv, Yuv420AfterAnOddRowCountWritesRowAAndLeavesTheChromaPlanes) {
-    Yuv420 scene(0, 4, 1, 1);
-    scene.ctx.outputRowsWritten = 1;
-    EXPECT_EQ(scene.call(0), 3);
-    EXPECT_EQ(scene.planes[0], scene.row_a());
-    EXPECT_EQ(scene.planes[1], run(101, 3));
-    EXPECT_EQ(scene.ctx.outCb, scene.planes[1].data());
 }
 
 TEST(OneToOne, DriverWritesEveryRowOrCountsTheRowsOfASelectedCall) {
     Scene scene;
-    Image y = ramp(0, 2, 4), chroma{2, 4, Bytes(8, 128)};
-    scene.source(0, y);
-    scene.source(1, chroma);
-    scene.source(2, chroma);
+    Bytes y = run(0, 8), chroma(8, 128);
+    scene.source(0, y, 2);
+    scene.source(1, chroma, 2);
+    scene.source(2, chroma, 2);
     scene.ctx.sourceSize = 8u << 16 | 2;  // 8 rows onto 4: a call starting at an odd row is selected
     scene.ctx.scaledHeight = 4;
     scene.ctx.rowGroupPending = 1;
@@ -177,14 +170,12 @@ TEST(OneToOne, DriverWritesEveryRowOrCountsTheRowsOfASelectedCall) {
     DALTJ_DoFastYcbcrToRgb(&scene.ctx, nullptr, 1);  // from row 4: not selected
     EXPECT_EQ(scene.ctx.outputRowsWritten, 1u);
     EXPECT_EQ(scene.ctx.inputRow, 5);
-
     scene.ctx.writeEnabled = 1;
     scene.ctx.outputPitch = 8;
     scene.rows.sampleRowIndex = 2;
     scene.output(5, 16);
     DALTJ_DoFastYcbcrToRgb(&scene.ctx, nullptr, 2);
-    EXPECT_EQ(scene.planes[0], bytes({255, 4, 4, 4, 255, 5, 5, 5, 255, 6, 6, 6, 255, 7, 7, 7}));
-    EXPECT_EQ(scene.rows.sampleRowIndex, 2);
+    EXPECT_EQ(scene.planes[0], Bytes({255, 4, 4, 4, 255, 5, 5, 5, 255, 6, 6, 6, 255, 7, 7, 7}));
     EXPECT_EQ(scene.ctx.outputRowsWritten, 3u);
     EXPECT_EQ(DALTJ_DoFastYcbcrToRgb(&scene.ctx, nullptr, 0), 0);
     EXPECT_EQ(scene.ctx.inputRow, 7);
@@ -192,75 +183,61 @@ TEST(OneToOne, DriverWritesEveryRowOrCountsTheRowsOfASelectedCall) {
 
 TEST(UpscaleRowCounter, CountsTheOutputRowsThatSampleEachSourceRow) {
     Scene scene;
-    scene.ctx.outputHeight = 2;  // 2 source rows onto 5 output rows: 2, 3, 2, 3, ...
-    scene.ctx.imageHeightRows = 5;
-    auto rows_counted = [&scene] {
+    auto counted = [&scene](uint32_t out_rows, int32_t rows) {
+        scene.ctx.imageHeightRows = out_rows;
         const uint32_t before = scene.ctx.outputRowsWritten;
-        EXPECT_EQ(DALTJ_DoFastYcbcrToUpscaleRgb(&scene.ctx, nullptr, 1), 0);
+        EXPECT_EQ(DALTJ_DoFastYcbcrToUpscaleRgb(&scene.ctx, nullptr, rows), 0);
         return scene.ctx.outputRowsWritten - before;
     };
-    for (uint32_t rows : {2u, 3u, 2u}) EXPECT_EQ(rows_counted(), rows);
-    scene.ctx.imageHeightRows = 1;  // 2 source rows onto 1: 0, 1, 0
-    for (uint32_t rows : {1u, 0u, 1u}) EXPECT_EQ(rows_counted(), rows);
-    scene.ctx.imageHeightRows = 5;
+    scene.ctx.outputHeight = 2;  // 2 source rows onto 5 output rows: 2, 3, 2; onto 1: 1, 0, 1
+    const uint32_t steps[][2] = {{5, 2}, {5, 3}, {5, 2}, {1, 1}, {1, 0}, {1, 1}};
+    for (const auto &[out_rows, expected] : steps) EXPECT_EQ(counted(out_rows, 1), expected);
     scene.ctx.inputRow = 0;
-    scene.ctx.outputRowsWritten = 0;
-    DALTJ_DoFastYcbcrToUpscaleRgb(&scene.ctx, nullptr, 3);  // the entry row's count, three times
-    EXPECT_EQ(scene.ctx.outputRowsWritten, 6u);
+    EXPECT_EQ(counted(5, 3), 6u);  // the entry row's count, three times
     EXPECT_EQ(scene.ctx.inputRow, 3);
 }
 
-TEST(Grey, OneToOneRegionOffsetsAndTheRegionWidthAsStride) {
+TEST(Grey, WriterRegionMasksAndDriverRegionGate) {
     Scene scene;
-    Image row = ramp(0);
-    scene.region.region_left = 5;  // masks: scale code 1 -> 4, scale code 16 -> 0
+    Bytes row = run(0);
+    scene.region.region_left = 5;  // masks: scale code 1 -> 4, region scale 16 (beyond the table) -> 0
     scene.region.region_width = 10;
     scene.ctx.scaleCode = 1;
-    scene.region.region_scale = 16;  // beyond the table: no mask
+    scene.region.region_scale = 16;
     scene.output(4, 30);
-    DALTJ_GrayWriteOutput1to1(&scene.ctx, row.samples.data(), 2);  // no region: only the odd column
+    DALTJ_GrayWriteOutput1to1(&scene.ctx, row.data(), 2);  // no region: only the odd column
     scene.region.region_enabled = 1;
-    DALTJ_GrayWriteOutput1to1(&scene.ctx, row.samples.data(), 2);  // scaleCode's mask
+    DALTJ_GrayWriteOutput1to1(&scene.ctx, row.data(), 2);  // scaleCode's mask
     scene.ctx.regionMode = 1;
-    DALTJ_GrayWriteOutput1to1(&scene.ctx, row.samples.data(), 2);  // region_scale's mask
-    EXPECT_EQ(scene.planes[0], cat(cat(cat(bytes({1, 2}), untouched(8)), cat(bytes({5, 6}), untouched(8))),
-                                   cat(bytes({1, 2}), untouched(8))));
-    EXPECT_EQ(scene.ctx.outputRowsWritten, 3u);
-}
+    DALTJ_GrayWriteOutput1to1(&scene.ctx, row.data(), 2);  // region_scale's mask
+    EXPECT_EQ(scene.planes[0], cat({run(1, 2), untouched(8), run(5, 2), untouched(8), run(1, 2), untouched(8)}));
 
-TEST(Grey, DriverWritesOneToOneFromTheColumnOffsetAndWaitsForItsRegion) {
-    Scene scene;
-    Image grey = ramp(0, 8, 3);
-    scene.source(0, grey);
-    scene.ctx.sourceSize = 3u << 16 | 2;
-    scene.ctx.sourceColumnOffset = 3;
-    scene.ctx.writeEnabled = 1;
-    scene.region.region_width = 2;
-    scene.output(4, 4);
-    scene.rows.sampleRowIndex = 1;
-    scene.ctx.regionGate = 1;
-    EXPECT_EQ(DALTJ_DoGrayConvert(&scene.ctx, nullptr, 2), 0);  // region not ready: nothing
-    EXPECT_EQ(scene.ctx.inputRow, 0);
-    scene.region.region_ready = 1;
-    scene.rows.sampleRowIndex = 0;
-    scene.ctx.rowGroupPending = 1;
-    EXPECT_EQ(DALTJ_DoGrayConvert(&scene.ctx, nullptr, 2), 0);
-    EXPECT_EQ(scene.ctx.rowGroupPending, 0);
-    EXPECT_EQ(scene.planes[0], bytes({11, 12, 19, 20}));  // rows 1 and 2: the table moved on once
-    EXPECT_EQ(scene.ctx.outputRowsWritten, 2u);
-    EXPECT_EQ(scene.ctx.inputRow, 2);
-}
+    Scene driver;
+    Bytes grey = run(0, 24);
+    driver.source(0, grey, 8);
+    driver.ctx.sourceSize = 3u << 16 | 2;
+    driver.ctx.sourceColumnOffset = 3;
+    driver.ctx.writeEnabled = driver.ctx.regionGate = 1;
+    driver.region.region_width = 2;
+    driver.output(4, 4);
+    driver.rows.sampleRowIndex = 1;
+    EXPECT_EQ(DALTJ_DoGrayConvert(&driver.ctx, nullptr, 2), 0);  // region not ready: nothing
+    EXPECT_EQ(driver.ctx.inputRow, 0);
+    driver.region.region_ready = 1;
+    driver.rows.sampleRowIndex = 0;
+    driver.ctx.rowGroupPending = 1;
+    EXPECT_EQ(DALTJ_DoGrayConvert(&driver.ctx, nullptr, 2), 0);
+    EXPECT_EQ(driver.ctx.rowGroupPending, 0);
+    EXPECT_EQ(driver.planes[0], Bytes({11, 12, 19, 20}));  // rows 1 and 2: the table moved on once
+    EXPECT_EQ(driver.ctx.outputRowsWritten, 2u);
+    EXPECT_EQ(driver.ctx.inputRow, 2);
 
-TEST(CountedSources, WriteEnabledRowsAreCountedOnly) {
-    Scene scene;
-    scene.ctx.writeEnabled = 1;
-    scene.ctx.rowGroupPending = 1;
-    for (auto driver : {DALTJ_DoRgbConvert, DALTJ_DoCMYKToRgb, DALTJ_DoYCCKToRgb}) {
-        EXPECT_EQ(driver(&scene.ctx, nullptr, 2), 0);
-    }
-    EXPECT_EQ(scene.ctx.outputRowsWritten, 6u);
-    EXPECT_EQ(scene.ctx.inputRow, 6);
-    EXPECT_EQ(scene.ctx.rowGroupPending, 0);
+    Scene counted;
+    counted.ctx.writeEnabled = counted.ctx.rowGroupPending = 1;
+    for (auto convert : {DALTJ_DoRgbConvert, DALTJ_DoCMYKToRgb, DALTJ_DoYCCKToRgb}) EXPECT_EQ(convert(&counted.ctx, nullptr, 2), 0);
+    EXPECT_EQ(counted.ctx.outputRowsWritten, 6u);  // these sources' rows are counted only
+    EXPECT_EQ(counted.ctx.inputRow, 6);
+    EXPECT_EQ(counted.ctx.rowGroupPending, 0);
 }
 
 // The resamplers on sizes whose result needs no model: the same size is the image itself, half
@@ -274,18 +251,21 @@ TEST(Resampler, SameHalfAndDoubleSizes) {
     for (int trial = 0; trial < 90; ++trial) {
         const int32_t sw = 1 + int32_t(rng() % 40), sh = 1 + int32_t(rng() % 40);
         const int kind = trial % 3, wx = int(rng() % 3), hx = kind == 2 ? int(rng() % 2) : int(rng() % 3);
-        const int32_t w = wx == 0 ? sw : wx == 1 ? 2 * sw : sw, h = hx == 0 ? sh : hx == 1 ? sh : 2 * sh;
-        const int32_t in_w = wx == 1 ? sw : wx == 2 ? 2 * sw : sw, in_h = hx == 1 ? 2 * sh : sh;
-        std::array<Image, 3> source;
-        for (auto &image : source) image = random_image(rng, in_w, in_h);
-        for (int c = 0; c < 3; ++c) scene.source(c, source[c]);
+        const int32_t w = wx == 1 ? 2 * sw : sw, h = hx == 2 ? 2 * sh : sh;
+        const int32_t in_w = wx == 2 ? 2 * sw : sw, in_h = hx == 1 ? 2 * sh : sh;
+        std::array<Bytes, 3> source;
+        for (int c = 0; c < 3; ++c) {
+            for (int32_t i = 0; i < in_w * in_h; ++i) source[c].push_back(uint8_t(rng()));
+            scene.source(c, source[c], in_w);
+        }
         scene.output(kind == 0 ? 15 : 4, size_t(w) * h, size_t(w) * h);
         scene.ctx.sourceSize = uint32_t(in_h) << 16 | uint32_t(in_w);
         scene.ctx.scaledWidth = scene.ctx.outputStride = scene.ctx.targetWidth = w;
         scene.ctx.scaledHeight = h;
         scene.ctx.imageHeightRows = uint32_t(h);
         scene.ctx.inputRow = 0;
-        scene.accumulate(w);
+        for (auto &row : scene.accumulators) row.assign(size_t(w), 0);
+        scene.ctx.accumRows[0] = scene.accumulators[0].data(), scene.ctx.accumRows[1] = scene.accumulators[1].data();
         if (kind == 2) {
             for (int32_t k = 0; k < in_h; ++k) {
                 scene.rows.sampleRowIndex = k == 0 ? 0 : 1;  // the driver moves the row table itself
@@ -294,20 +274,18 @@ TEST(Resampler, SameHalfAndDoubleSizes) {
         } else {
             auto resampler = kind == 0 ? DALTJ_DoYcbcrToUpscaleRgb : DALTJ_DoGrayUpscaleConvert;
             resampler(&scene.ctx, nullptr, 0);
-            for (int32_t k = 0; k < in_h;) {
-                const int32_t n = std::min<int32_t>(in_h - k, 1 + int32_t(rng() % 8));
+            for (int32_t k = 0, n; k < in_h; k += n) {
+                n = std::min<int32_t>(in_h - k, 1 + int32_t(rng() % 8));
                 scene.rows.sampleRowIndex = k;
                 resampler(&scene.ctx, nullptr, n);
-                k += n;
             }
         }
         for (int c = 0; c < (kind == 0 ? 3 : 1); ++c) {
-            std::vector<uint8_t> expected;
+            Bytes expected;
             for (int32_t y = 0; y < h; ++y)
                 for (int32_t x = 0; x < w; ++x) {
                     int sum = 0;
-                    for (int k = 0; k < 4; ++k)
-                        sum += source[c].at(index(in_w, w, x, k & 1), index(in_h, h, y, k >> 1));
+                    for (int k = 0; k < 4; ++k) sum += source[c][index(in_h, h, y, k >> 1) * in_w + index(in_w, w, x, k & 1)];
                     expected.push_back(uint8_t(sum >> 2));
                 }
             ASSERT_EQ(scene.planes[c], expected) << "kind " << kind << ", " << in_w << "x" << in_h << " -> " << w << "x" << h;
@@ -315,10 +293,9 @@ TEST(Resampler, SameHalfAndDoubleSizes) {
     }
 }
 
-// Every (y, cb, cr) through the format 5 writer, and rows of every length and alignment (which
-// leave a remainder), give byte for byte the scalar row's pixels, whatever implementation the
-// writer uses (SSE2 natively, NEON on the ARMv7 build, whose emulated run takes every seventh
-// (y, cb) row). libjpeg-turbo holds the conversion itself (ycc_peer_test).
+// Every (y, cb, cr) through the format 5 writer, and rows of every length and alignment, give
+// byte for byte the scalar row's pixels (SSE2 natively, NEON on the ARMv7 build, whose emulated
+// run takes every seventh (y, cb) row). libjpeg-turbo holds the conversion itself (ycc_peer_test).
 TEST(YcbcrToRgb, TheWriterGivesTheScalarRowsPixels) {
 #ifdef KOVRA_EMULATED
     constexpr int kStride = 7;
@@ -327,30 +304,26 @@ TEST(YcbcrToRgb, TheWriterGivesTheScalarRowsPixels) {
 #endif
     Scene scene;
     scene.ctx.scaleCode = 1;
-    std::array<uint8_t, 256> ramp, y, cb;
-    for (int i = 0; i < 256; ++i) ramp[i] = uint8_t(i);
+    const Bytes ramp = run(0, 256);
+    Bytes y(256), cb(256), scalar(4 * 256);
     for (int yc = 0; yc < 65536; yc += kStride) {
-        y.fill(uint8_t(yc >> 8)), cb.fill(uint8_t(yc));
+        std::fill(y.begin(), y.end(), uint8_t(yc >> 8)), std::fill(cb.begin(), cb.end(), uint8_t(yc));
         scene.output(5, 4 * 256);
         DALTJ_YcbcrWriteOutput1to1(&scene.ctx, y.data(), cb.data(), ramp.data(), 256);
-        std::vector<uint8_t> scalar(4 * 256);
         kovra::color::ycc_row_to_pixels_scalar(y.data(), cb.data(), ramp.data(), 256, scene.ctx.rangeLimit, scalar.data());
         ASSERT_EQ(scene.planes[0], scalar) << "y " << (yc >> 8) << " cb " << (yc & 255);
     }
     std::mt19937 rng(5);
-    Image samples = random_image(rng, 80, 3);
-    const uint8_t *rows[3] = {samples.samples.data(), samples.samples.data() + 80, samples.samples.data() + 160};
-    for (int32_t start = 0; start < 4; ++start) {
+    Bytes samples(240);
+    for (uint8_t &s : samples) s = uint8_t(rng());
+    for (int32_t start = 0; start < 4; ++start)
         for (int32_t count = 0; count <= 70; ++count) {
-            std::vector<uint8_t> ours(4 * size_t(count) + 1, 0xA5), scalar = ours;
-            kovra::color::ycc_row_to_pixels(rows[0] + start, rows[1] + start, rows[2] + start, count,
-                                            jpeg::sample_range_limit(), ours.data() + 1);
-            kovra::color::ycc_row_to_pixels_scalar(rows[0] + start, rows[1] + start, rows[2] + start, count,
-                                                   jpeg::sample_range_limit(), scalar.data() + 1);
-            ASSERT_EQ(ours, scalar) << start << " " << count;
+            Bytes ours(4 * size_t(count) + 1, 0xA5), theirs = ours;
+            const uint8_t *at = samples.data() + start;
+            kovra::color::ycc_row_to_pixels(at, at + 80, at + 160, count, scene.ctx.rangeLimit, ours.data() + 1);
+            kovra::color::ycc_row_to_pixels_scalar(at, at + 80, at + 160, count, scene.ctx.rangeLimit, theirs.data() + 1);
+            ASSERT_EQ(ours, theirs) << start << " " << count;
         }
-    }
 }
 
 }  // namespace
-}  // namespace kovra::test::color

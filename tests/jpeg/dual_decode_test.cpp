@@ -1,41 +1,33 @@
-// Two threads through dualdecode_jpeg against one thread, with a toy entropy stage given to the
-// stage doubles (so this test links the shared object). The toy keeps its whole state
-// where the hand-over carries it: each MCU row consumes a number of input bytes that depends on
-// the running hash of everything read so far (kept in the Huffman state's bit buffer), through
-// the byte window over the thread's own source; rows are written at outY from the hash, the row
-// group and entropyCounter. A hand-over that lost any of it shows as different pixels.
+// Two threads through dualdecode_jpeg against one, with a toy entropy stage given to the stage
+// doubles. The toy keeps its whole state where the hand-over carries it: each MCU row consumes a
+// number of input bytes that depends on the running hash of everything read so far (kept in the
+// Huffman state's bit buffer), through the byte window over the thread's own source; rows are
+// written from the hash, the row group and entropyCounter. A lost piece of state shows in the pixels.
 
 #include <gtest/gtest.h>
 #include <pthread.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <algorithm>
 #include <cstdio>
 #include <memory>
-#include <vector>
 
 #include "stage_doubles.h"
 
 namespace {
 
-constexpr uint32_t kMcuRows = 40;
-constexpr uint32_t kRowBytes = 16;
-// One component one row short of kMcuRows MCU rows: the last MCU row hands on 7 row groups. The
-// full-size processor hands on 8 rows for every other MCU row (counting the postponed one), the
-// reduced-size one 7.
-constexpr int32_t kSampleRows = 8 * kMcuRows - 1;
+constexpr uint32_t kMcuRows = 40, kRowBytes = 16;
+// One component one row short of kMcuRows MCU rows: the last MCU row hands on 7 row groups; the
+// full-size processor hands on 8 rows an MCU row, the reduced-size one 7.
 constexpr int32_t output_height(bool resize) { return (resize ? 7 : 8) * (kMcuRows - 1) + 7; }
 
-// What one thread did; an adoption shows as an entropy counter that moved between its own calls.
 struct ThreadWork {
     uint32_t delayUs = 0;  // slows this thread's entropy decoding against the other's
-    uint32_t decoded = 0;
-    uint32_t adoptions = 0;
-    uint32_t lastEntropyCounter = 0;
+    uint32_t decoded = 0, adoptions = 0, lastEntropyCounter = 0;
 };
 thread_local ThreadWork *threadWork = nullptr;
 
+// An adoption shows as an entropy counter that moved between this thread's own calls.
 bool consume_mcu(DALTJ_DecoderInfo *ctx) {
     DALTJ_ByteWindow *window = ctx->byteWindow;
     if (ctx->entropyCounter != threadWork->lastEntropyCounter) ++threadWork->adoptions;
@@ -54,35 +46,21 @@ bool consume_mcu(DALTJ_DecoderInfo *ctx) {
 uint32_t decode_mcu_row(DALTJ_DecoderInfo *ctx) {
     if (!consume_mcu(ctx)) return DALTJ_STATUS_INPUT_DRY;
     ++threadWork->decoded;
-    const uint32_t rowsDone = ctx->mainController->mcuRowCounter + 1;
-    ctx->resizeMcuRow = rowsDone;
-    return rowsDone >= ctx->totalMcuRows ? DALTJ_STATUS_END : DALTJ_STATUS_ROW_DONE;
+    ctx->resizeMcuRow = ctx->mainController->mcuRowCounter + 1;
+    return ctx->resizeMcuRow >= ctx->totalMcuRows ? DALTJ_STATUS_END : DALTJ_STATUS_ROW_DONE;
 }
 
-int32_t skip_mcu(DALTJ_DecoderInfo *ctx) { return consume_mcu(ctx) ? 1 : 0; }
-
 void upsample(DALTJ_DecoderInfo *ctx, uint32_t *rowsOut, uint32_t rowsAvail) {
-    EXPECT_EQ(rowsAvail, 1u);
     DALTJ_MainController *main = ctx->mainController;
-    for (; main->rowgroupCounter < main->rowgroupsAvail && *rowsOut < rowsAvail; ++main->rowgroupCounter) {
-        if (ctx->skipMode == 0) {
-            const uint32_t seed = ctx->huffState->bitBuffer ^ (main->rowgroupCounter * 0x9E3779B9u) ^ ctx->entropyCounter;
-            for (uint32_t x = 0; x < kRowBytes; ++x) ctx->outY[x] = static_cast<uint8_t>((seed >> (x % 4 * 8)) + x);
-        }
+    for (; main->rowgroupCounter < main->rowgroupsAvail && *rowsOut < rowsAvail; ++main->rowgroupCounter, ++*rowsOut) {
+        const uint32_t seed = ctx->huffState->bitBuffer ^ (main->rowgroupCounter * 0x9E3779B9u) ^ ctx->entropyCounter;
+        for (uint32_t x = 0; x < kRowBytes && ctx->skipMode == 0; ++x) ctx->outY[x] = static_cast<uint8_t>((seed >> (x % 4 * 8)) + x);
         ctx->outY += kRowBytes;
-        ++*rowsOut;
     }
 }
 
-std::vector<uint8_t> input_bytes() {
-    std::vector<uint8_t> bytes(kMcuRows * 1500 + 100);
-    uint32_t state = 12345;
-    for (uint8_t &b : bytes) b = static_cast<uint8_t>((state = state * 1103515245u + 12345u) >> 16);
-    return bytes;
-}
-
-// One thread's decoder: its own source over the input (caller memory, or an open file), window,
-// read buffer and context-row controller, all over one component.
+// One thread's decoder over one component: its own source (caller memory, or an open file),
+// window, read buffer and context-row controller.
 struct ThreadDecoder {
     FILE *file = nullptr;
     KOVRADALT_IO *io = nullptr;
@@ -93,7 +71,7 @@ struct ThreadDecoder {
     int16_t block[64]{};
     DALTJ_CoefController coef{};
     DALTJ_ComponentInfo component{};
-    std::vector<uint8_t> sampleRow = std::vector<uint8_t>(64);
+    uint8_t sampleRow[64]{};
     std::vector<uint8_t *> rowLists[2];
     uint8_t **componentLists[2][1]{};
     DALTJ_MainController main{};
@@ -101,28 +79,21 @@ struct ThreadDecoder {
     DALTJ_DecoderInfo ctx{};
 
     ThreadDecoder(int32_t kind, std::vector<uint8_t> &bytes, uint8_t *image, int32_t outputHeight) {
-        const int32_t size = static_cast<int32_t>(bytes.size());
-        if (kind == IO_KIND_FILE) {
-            file = fmemopen(bytes.data(), bytes.size(), "rb");
-            io = KOVRADALT_Open_IO(IO_KIND_FILE, file, size);
-        } else {
-            io = KOVRADALT_Open_IO(IO_KIND_MEMORY, bytes.data(), size);
-        }
-        window.io = io;
-        window.size = size;
-        window.data = kind == IO_KIND_MEMORY ? bytes.data() : readBuffer.data();
+        const auto size = static_cast<int32_t>(bytes.size());
+        if (kind == IO_KIND_FILE) file = fmemopen(bytes.data(), bytes.size(), "rb");
+        io = KOVRADALT_Open_IO(kind, kind == IO_KIND_FILE ? static_cast<void *>(file) : bytes.data(), size);
+        window = {io, 0, size, 0, 0, kind == IO_KIND_MEMORY ? bytes.data() : readBuffer.data()};
         coef.mcuRowsPerRow = 1;
         coef.blocks[0] = block;
         component.vSampFactor = 1;
-        component.downsampledHeight = kSampleRows;
+        component.downsampledHeight = 8 * kMcuRows - 1;
         for (int w = 0; w < 2; ++w) {
-            rowLists[w].assign(16, sampleRow.data());
+            rowLists[w].assign(16, sampleRow);
             componentLists[w][0] = rowLists[w].data() + 2;
             main.rowPointers[w] = componentLists[w];
         }
         record.region_height = 1 << 20;
-        ctx.numComponents = 1;
-        ctx.blocksInMcu = 1;
+        ctx.numComponents = ctx.blocksInMcu = 1;
         ctx.mcusPerRow = 1;
         ctx.totalMcuRows = kMcuRows;
         ctx.outputHeight = outputHeight;
@@ -146,42 +117,43 @@ struct ThreadDecoder {
 
 struct DualRun {
     int32_t height;
-    std::vector<uint8_t> bytes = input_bytes();
+    std::vector<uint8_t> bytes = std::vector<uint8_t>(kMcuRows * 1500 + 100);
     std::vector<uint8_t> image = std::vector<uint8_t>((height + 1) * kRowBytes, 0xEE);
     std::vector<uint32_t> claims = std::vector<uint32_t>(height, 0);
     DALTJ_DualDecodeShared shared{};
     std::vector<std::unique_ptr<ThreadDecoder>> decoders;
     std::vector<DALTJ_DualDecodeArgs> args;
     ThreadWork work[2];
-    struct ThreadStart {
-        DALTJ_DualDecodeArgs *args;
-        ThreadWork *work;
-    } starts[2];
 
     DualRun(int32_t kind, int threads, bool resize) : height(output_height(resize)) {
+        uint32_t state = 12345;
+        for (uint8_t &b : bytes) b = static_cast<uint8_t>((state = state * 1103515245u + 12345u) >> 16);
         stages() = {};
         stages().decodeRow = decode_mcu_row;
-        stages().skipMcu = skip_mcu;
+        stages().skipMcu = [](DALTJ_DecoderInfo *ctx) { return consume_mcu(ctx) ? 1 : 0; };
         stages().upsample = upsample;
         KOVRADALT_OsThreadMutex_Init(&shared.mutex, nullptr);
         for (int t = 0; t < threads; ++t) {
             decoders.push_back(std::make_unique<ThreadDecoder>(kind, bytes, image.data(), height));
             args.push_back({&decoders.back()->ctx, &shared, claims.data(), 0, resize ? 1 : 0});
         }
-    }
-
-    static void *thread_body(void *argument) {
-        auto *start = static_cast<ThreadStart *>(argument);
-        threadWork = start->work;
-        dualdecode_jpeg(start->args);
-        return nullptr;
+        threadWork = &work[0];
     }
 
     void run() {
         std::vector<pthread_t> threads(args.size());
+        std::pair<DALTJ_DualDecodeArgs *, ThreadWork *> starts[2];
         for (size_t t = 0; t < args.size(); ++t) {
             starts[t] = {&args[t], &work[t]};
-            ASSERT_EQ(KOVRADALT_OsThreadCreate(thread_body, &starts[t], &threads[t]), 1);
+            ASSERT_EQ(KOVRADALT_OsThreadCreate(
+                          [](void *start) -> void * {
+                              auto *s = static_cast<std::pair<DALTJ_DualDecodeArgs *, ThreadWork *> *>(start);
+                              threadWork = s->second;
+                              dualdecode_jpeg(s->first);
+                              return nullptr;
+                          },
+                          &starts[t], &threads[t]),
+                      1);
         }
         for (pthread_t thread : threads) ASSERT_EQ(pthread_join(thread, nullptr), 0);
     }
@@ -189,6 +161,8 @@ struct DualRun {
 
 class DualDecode : public testing::TestWithParam<std::tuple<int32_t, bool>> {};
 
+// Even speeds make the threads take turns; uneven ones make the faster run ahead and the slower
+// adopt its state.
 TEST_P(DualDecode, TwoThreadsGiveTheOneThreadPixels) {
     auto [kind, resize] = GetParam();
     DualRun single(kind, 1, resize);
@@ -196,29 +170,16 @@ TEST_P(DualDecode, TwoThreadsGiveTheOneThreadPixels) {
     ASSERT_EQ(single.work[0].decoded, kMcuRows);
     ASSERT_EQ(single.decoders[0]->ctx.outputRow, single.height);
     EXPECT_EQ(single.shared.callCount, kMcuRows);  // what the other thread compares its calls with
-    const std::vector<uint8_t> expected = single.image;
-    const std::vector<uint8_t> unwritten(kRowBytes, 0xEE);
-    for (int32_t row = 0; row <= single.height; ++row) {
-        const bool written = !std::equal(unwritten.begin(), unwritten.end(), expected.begin() + row * kRowBytes);
-        EXPECT_EQ(written, row < single.height) << "row " << row;
-    }
-
-    // Even speeds make the threads take turns; uneven ones make the faster run ahead and the slower
-    // adopt its state.
-    const uint32_t delays[][2] = {{100, 100}, {50, 300}, {300, 50}, {100, 100}, {50, 300}, {300, 50}};
+    for (int32_t row = 0; row <= single.height; ++row)
+        EXPECT_EQ(std::count(&single.image[row * kRowBytes], &single.image[row * kRowBytes] + kRowBytes, 0xEE) == kRowBytes, row == single.height) << row;
     bool bothDecoded = false;
     uint32_t adoptions = 0;
-    for (int attempt = 0; attempt < 6; ++attempt) {
+    const uint32_t delays[][2] = {{100, 100}, {50, 300}, {300, 50}, {100, 100}, {50, 300}, {300, 50}};
+    for (const auto &[first, second] : delays) {
         DualRun dual(kind, 2, resize);
-        dual.work[0].delayUs = delays[attempt][0];
-        dual.work[1].delayUs = delays[attempt][1];
+        dual.work[0].delayUs = first, dual.work[1].delayUs = second;
         dual.run();
-        for (int32_t row = 0; row <= single.height; ++row) {
-            ASSERT_TRUE(std::equal(expected.begin() + row * kRowBytes, expected.begin() + (row + 1) * kRowBytes,
-                                   dual.image.begin() + row * kRowBytes))
-                << "row " << row << " differs in attempt " << attempt << " (threads decoded " << dual.work[0].decoded
-                << " and " << dual.work[1].decoded << " MCU rows)";
-        }
+        ASSERT_TRUE(dual.image == single.image) << "threads decoded " << dual.work[0].decoded << " and " << dual.work[1].decoded;
         EXPECT_EQ(dual.work[0].decoded + dual.work[1].decoded, kMcuRows);
         bothDecoded |= dual.work[0].decoded != 0 && dual.work[1].decoded != 0;
         adoptions += dual.work[0].adoptions + dual.work[1].adoptions;
@@ -230,31 +191,25 @@ TEST_P(DualDecode, TwoThreadsGiveTheOneThreadPixels) {
 INSTANTIATE_TEST_SUITE_P(SourcesAndProcessors, DualDecode,
                          testing::Combine(testing::Values(IO_KIND_MEMORY, IO_KIND_FILE), testing::Bool()));
 
-TEST(DualDecodeStops, ClaimOtherThanZeroOrOneStopsWithTheMutexHeld) {
-    DualRun run(IO_KIND_MEMORY, 1, false);
-    threadWork = &run.work[0];
-    run.claims[15] = 2;  // the third call starts at output row 15
-    EXPECT_EQ(dualdecode_jpeg(&run.args[0]), 0u);
-    EXPECT_EQ(run.decoders[0]->ctx.outputRow, 15);
-    EXPECT_EQ(pthread_mutex_trylock(&run.shared.mutex), EBUSY);
-    KOVRADALT_OsThreadMutex_Unlock(&run.shared.mutex);
-}
+// A claim other than 0 or 1 stops the thread with the mutex held; refused contexts decode nothing.
+// The other thread holds the first two rows and published a window that does not fit inside what
+// this one can hold: this one skips the first row, then refuses the hand-over.
+TEST(DualDecodeStops, BadClaimsRefusedContextsAndWindowsOutsideTheReadSpan) {
+    DualRun claim(IO_KIND_MEMORY, 1, false);
+    claim.claims[15] = 2;  // the third call starts at output row 15
+    EXPECT_EQ(dualdecode_jpeg(&claim.args[0]), 0u);
+    EXPECT_EQ(claim.decoders[0]->ctx.outputRow, 15);
+    EXPECT_EQ(pthread_mutex_trylock(&claim.shared.mutex), EBUSY);
+    KOVRADALT_OsThreadMutex_Unlock(&claim.shared.mutex);
 
-TEST(DualDecodeStops, RefusedContextsDecodeNothing) {
-    DualRun run(IO_KIND_FILE, 1, false);
-    threadWork = &run.work[0];
-    DALTJ_DecoderInfo &ctx = run.decoders[0]->ctx;
-    DALTJ_DualDecodeArgs args = run.args[0];
-    args.claims = nullptr;
-    EXPECT_EQ(dualdecode_jpeg(&args), 0u);
-    ctx.readBuffer = nullptr;
-    EXPECT_EQ(dualdecode_jpeg(&run.args[0]), 0u);
-    EXPECT_EQ(ctx.outputRow, 0);
-}
+    DualRun refused(IO_KIND_FILE, 1, false);
+    DALTJ_DualDecodeArgs noClaims = refused.args[0];
+    noClaims.claims = nullptr;
+    EXPECT_EQ(dualdecode_jpeg(&noClaims), 0u);
+    refused.decoders[0]->ctx.readBuffer = nullptr;
+    EXPECT_EQ(dualdecode_jpeg(&refused.args[0]), 0u);
+    EXPECT_EQ(refused.decoders[0]->ctx.outputRow, 0);
 
-// The other thread holds the first two rows and has published a window that does not fit inside
-// what this one can hold: this one skips the first row, then refuses the hand-over.
-TEST(DualDecodeStops, WindowsOutsideTheReadSpanEndTheThread) {
     const struct {
         int32_t kind;
         uint32_t end, left;
@@ -264,15 +219,13 @@ TEST(DualDecodeStops, WindowsOutsideTheReadSpanEndTheThread) {
                    {IO_KIND_FILE, 100, 50}};                    // no full window ends there
     for (const auto &window : windows) {
         DualRun run(window.kind, 1, false);
-        threadWork = &run.work[0];
-        DALTJ_DecoderInfo &ctx = run.decoders[0]->ctx;
         run.claims[0] = run.claims[7] = 1;
         run.shared.callCount = 3;
         run.shared.outputRow = 100;
         run.shared.windowFilePosition = window.end;
         run.shared.windowBytesLeft = window.left;
         EXPECT_EQ(dualdecode_jpeg(&run.args[0]), 0u);
-        EXPECT_EQ(ctx.outputRow, 7);
+        EXPECT_EQ(run.decoders[0]->ctx.outputRow, 7);
         EXPECT_EQ(run.work[0].adoptions, 0u);
         ASSERT_EQ(pthread_mutex_trylock(&run.shared.mutex), 0);
         KOVRADALT_OsThreadMutex_Unlock(&run.shared.mutex);

@@ -1,6 +1,6 @@
-#include <gtest/gtest.h>
-
 #include "stage_doubles.h"
+
+#include <gtest/gtest.h>
 
 StageScript &stages() {
     static StageScript script;
@@ -9,10 +9,10 @@ StageScript &stages() {
 
 namespace {
 
-uint32_t decode_row(DALTJ_DecoderInfo *ctx, uint8_t ***componentRows) {
+uint32_t decode_row(DALTJ_DecoderInfo *ctx) {
     StageScript &s = stages();
     if (s.decodeRow != nullptr) return s.decodeRow(ctx);
-    s.decodeLists.push_back(componentRows);
+    ++s.decodes;
     if (s.decodeResults.empty()) return DALTJ_STATUS_ROW_DONE;
     const uint32_t result = s.decodeResults.front();
     s.decodeResults.pop_front();
@@ -22,12 +22,8 @@ uint32_t decode_row(DALTJ_DecoderInfo *ctx, uint8_t ***componentRows) {
 int32_t process(char name, uint32_t *rowsOut, uint32_t rowsAvail) {
     StageScript &s = stages();
     s.processCalls += name;
-    EXPECT_EQ(*rowsOut, 0u);
     EXPECT_EQ(rowsAvail, 1u);
-    if (s.processAnswers.empty()) {
-        ADD_FAILURE() << "processor called past the script";
-        return DALTJ_STATUS_FAILED;
-    }
+    if (s.processAnswers.empty()) return DALTJ_STATUS_FAILED;
     const auto [status, rows] = s.processAnswers.front();
     s.processAnswers.pop_front();
     *rowsOut += rows;
@@ -38,21 +34,14 @@ int32_t process(char name, uint32_t *rowsOut, uint32_t rowsAvail) {
 
 extern "C" {
 
-KOVRA_API uint32_t DALTJ_DecodeSingleiMcu(DALTJ_DecoderInfo *ctx, uint8_t ***rows) { return decode_row(ctx, rows); }
-
-KOVRA_API uint32_t DALTJ_DecodeSingleiMcu_resize(DALTJ_DecoderInfo *ctx, uint8_t ***rows) {
-    if (stages().decodeRow == nullptr) stages().resizeMcuRowAtDecode.push_back(ctx->resizeMcuRow);
-    return decode_row(ctx, rows);
-}
+KOVRA_API uint32_t DALTJ_DecodeSingleiMcu(DALTJ_DecoderInfo *ctx, uint8_t ***) { return decode_row(ctx); }
+KOVRA_API uint32_t DALTJ_DecodeSingleiMcu_resize(DALTJ_DecoderInfo *ctx, uint8_t ***) { return decode_row(ctx); }
 
 KOVRA_API void DALTJ_SetupUpsample(DALTJ_DecoderInfo *ctx, uint8_t **, uint32_t *rowsOut, uint32_t rowsAvail) {
     if (stages().upsample != nullptr) return stages().upsample(ctx, rowsOut, rowsAvail);
     DALTJ_MainController *main = ctx->mainController;
     stages().upsampleSkipModes.push_back(ctx->skipMode);
-    for (; main->rowgroupCounter < main->rowgroupsAvail && *rowsOut < rowsAvail; ++main->rowgroupCounter) {
-        ++*rowsOut;
-        ++ctx->outputRowsWritten;
-    }
+    for (; main->rowgroupCounter < main->rowgroupsAvail && *rowsOut < rowsAvail; ++main->rowgroupCounter) ++*rowsOut;
 }
 
 KOVRA_API int32_t DALTJ_SkipMcuDual(DALTJ_DecoderInfo *ctx, int16_t **blocks) {
@@ -66,16 +55,14 @@ KOVRA_API int32_t DALTJ_SkipMcuDual(DALTJ_DecoderInfo *ctx, int16_t **blocks) {
 }
 
 KOVRA_API void DALTJ_SetupiMcu(DALTJ_DecoderInfo *) {
-    if (stages().skipMcu == nullptr) ++stages().setupiMcuCalls;  // not recorded under a replacement: threads
+    if (stages().skipMcu == nullptr) ++stages().setupiMcuCalls;  // not under a replacement: threads
 }
 
 KOVRA_API int32_t DALTJ_DecodeMcu_8to1(DALTJ_DecoderInfo *ctx, int16_t **blocks) {
     StageScript &s = stages();
     const int call = s.mcuDecodes++;
-    bool clear = true;
     for (uint32_t b = 0; b < ctx->blocksInMcu; ++b)
-        for (int i = 0; i < 64; ++i) clear &= blocks[b][i] == 0;
-    s.mcuBlocksWereClear.push_back(clear);
+        for (int i = 0; i < 64; ++i) s.mcuBlocksWereClear &= blocks[b][i] == 0;
     if (call == s.mcuDecodeFailsAt) return 0;
     for (uint32_t b = 0; b < ctx->blocksInMcu; ++b) blocks[b][0] = s.dcOf(call, static_cast<int>(b));
     return 1;
