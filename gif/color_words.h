@@ -36,6 +36,12 @@ inline void store_le32(uint8_t *dst, uint32_t v) {
     }
 }
 
+// The value store_le32 stored at src.
+inline uint32_t load_le32(const uint8_t *src) {
+    return static_cast<uint32_t>(src[0]) | (static_cast<uint32_t>(src[1]) << 8) |
+           (static_cast<uint32_t>(src[2]) << 16) | (static_cast<uint32_t>(src[3]) << 24);
+}
+
 // R, G, B, A.
 inline uint32_t rgba_pixel(uint32_t word) { return word == GIF_COLOR_UNSET ? 0u : (word | 0xFF000000u); }
 

@@ -224,7 +224,10 @@ FrameLineComposer::FrameLineComposer(const DALTI_GIFDecoderInfo *rec) {
     frame_.same_width = screen_w == out_w;
     const Packing packing = packing_of(rec->output_format);
     frame_.row_bytes = packing == Packing::kNone ? 0 : static_cast<int64_t>(out_w) * 4;
-    with_output_ = composer_for(rec, packing);
+    // A first frame composed into the output alone (frame_driver.cpp) is opaque and leaves the
+    // canvas as it was: what it shows is the same.
+    with_output_ = rec->canvas_deferred == 1 ? composer_for_packing<Disposal::kRestorePrevious, false>(packing)
+                                             : composer_for(rec, packing);
     canvas_only_ = composer_for(rec, Packing::kNone);
     if (buffers_fit_ && packing == Packing::kRgba) {
         fill_shown<Packing::kRgba>(rec->active_colors, frame_.shown);

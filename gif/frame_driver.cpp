@@ -7,6 +7,12 @@
 // the first frame at output size: fully transparent when that frame has transparency, else
 // white. The canvas is this file's buffer; its size is checked against the output size on every
 // call, so a size changed between frames fails the frame instead of stepping outside it.
+//
+// A first frame that fills the canvas (see first_frame_fills_canvas) and goes whole into 32-bit
+// RGBA output is composed into the output alone: the canvas is written from the output only when
+// a further frame follows (or the frame failed), so a single image never touches its canvas's
+// pages. Every colour word such a frame leaves in the canvas comes back exactly from its output
+// pixel: real colours carry alpha 0xFF and show unchanged, and only GIF_COLOR_UNSET shows as 0.
 
 #include <algorithm>
 #include <cstring>
@@ -41,7 +47,14 @@ Canvas prepare_canvas(DALTI_GIFDecoderInfo *rec) {
     if (rec->canvas != nullptr) {
         const bool same = rec->canvas_width == rec->row_out_width && rec->canvas_width == rec->out_width &&
                           rec->canvas_height == rec->out_height;
-        return same ? Canvas::kReady : Canvas::kMismatch;
+        if (!same) return Canvas::kMismatch;
+        if (rec->canvas_deferred != 0) {
+            // Called again after the last frame: the canvas was never written.
+            std::fill(rec->canvas, rec->canvas + int64_t{rec->canvas_width} * rec->canvas_height,
+                      canvas_start_word(rec));
+            rec->canvas_deferred = 0;
+        }
+        return Canvas::kReady;
     }
     if (rec->out_width < 1 || rec->out_height < 1 || rec->row_out_width != rec->out_width) return Canvas::kMismatch;
     const int64_t words = static_cast<int64_t>(rec->out_width) * rec->out_height;
@@ -54,6 +67,32 @@ Canvas prepare_canvas(DALTI_GIFDecoderInfo *rec) {
     if (first_frame_fills_canvas(rec)) return Canvas::kReadyUnfilled;
     std::fill(canvas, canvas + words, canvas_start_word(rec));
     return Canvas::kReady;
+}
+
+// True when the first frame, which fills the canvas, can leave its image in the output alone: RGBA
+// output with every row in the caller's buffer, and a colour table built from the file (whose
+// words all come back from their pixels).
+bool can_defer_canvas(const DALTI_GIFDecoderInfo *rec, const uint8_t *out, int32_t out_rows) {
+    return rec->output_format == KOVRADALT_FORMAT_RGBA32 && out != nullptr && out_rows >= rec->out_height &&
+           rec->active_color_count > 0 && rec->one_to_one != 0;
+}
+
+// The canvas as composing the first frame would have left it, rows [0, rows) from the output;
+// `disposal` is the frame's (the record may hold the next frame's by now).
+void write_deferred_canvas(DALTI_GIFDecoderInfo *rec, const uint8_t *out, int32_t rows, uint32_t disposal) {
+    const int64_t width = rec->canvas_width;
+    for (int32_t j = 0; j < rows; ++j) {
+        uint32_t *canvas_line = rec->canvas + j * width;
+        if (disposal == 2) {
+            std::fill(canvas_line, canvas_line + width, kCanvasWhite);
+            continue;
+        }
+        const uint8_t *pixels = out + static_cast<int64_t>(j) * rec->out_stride;
+        for (int64_t k = 0; k < width; ++k) {
+            const uint32_t pixel = load_le32(pixels + 4 * k);
+            canvas_line[k] = pixel == 0 ? GIF_COLOR_UNSET : pixel;
+        }
+    }
 }
 
 // Writes output row `row` from the canvas through the regular writer.
@@ -151,6 +190,7 @@ KOVRA_API int32_t KOVRADALTI_DecodeAGIF(KOVRADALT_DecInfo *dec, uint8_t *out, in
     if (rec->screen_height < 1) return 0;
     const bool frame_mode = rec->frame_mode != 0;
     bool canvas_unfilled = false;
+    bool decoded_ok = true;
     if (frame_mode) {
         if (rec->active_colors == nullptr) return 0;
         switch (prepare_canvas(rec)) {
@@ -175,16 +215,27 @@ KOVRA_API int32_t KOVRADALTI_DecodeAGIF(KOVRADALT_DecInfo *dec, uint8_t *out, in
     rec->out_row = rec->frame_top;
     rec->canvas_row = rec->row_colors;
     rec->interlace_high_row = 0;
+    if (canvas_unfilled && can_defer_canvas(rec, out, out_rows)) rec->canvas_deferred = 1;
     const int32_t decoded = DALTI_DecodeGIFImage(dec->io, rec, out);
+    const int32_t rows_composed = std::min(std::max(rec->next_out_row, 0), rec->canvas_height);
     if (canvas_unfilled) {
         // The frame wrote its rows in order from the top; the rest gets the start colour.
-        const int64_t from = static_cast<int64_t>(std::max(rec->next_out_row, 0)) * rec->canvas_width;
+        const int64_t from = static_cast<int64_t>(rows_composed) * rec->canvas_width;
         const int64_t words = static_cast<int64_t>(rec->canvas_width) * rec->canvas_height;
         if (from < words) std::fill(rec->canvas + from, rec->canvas + words, canvas_start_word(rec));
     }
-    if (frame_mode && !write_rows_below(rec, out, out_rows)) return 0;
-    if (decoded == 0) return 0;
-    return seek_next_frame(dec, rec);
+    if (frame_mode && !write_rows_below(rec, out, out_rows)) decoded_ok = false;
+    const uint32_t disposal = rec->disposal_method;
+    const int32_t result = decoded_ok && decoded != 0 ? seek_next_frame(dec, rec) : 0;
+    if (rec->canvas_deferred == 1) {
+        if (result == 3) {
+            rec->canvas_deferred = 2;
+        } else {
+            write_deferred_canvas(rec, out, rows_composed, disposal);
+            rec->canvas_deferred = 0;
+        }
+    }
+    return result;
 }
 
 KOVRA_API uint32_t *KOVRADALTI_SetDecodeAGIFBuffer(void *ignored_1, void *ignored_2, int32_t count) {

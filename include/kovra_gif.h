@@ -115,6 +115,10 @@ typedef struct DALTI_GIFDecoderInfo {
     int32_t cached_frame_slots;    /* entries in cached_frames */
     int32_t frame_out_rows;        /* rows of frame_out the writers may touch: KOVRADALTI_DecodeAGIF's
                                       out_rows, -1 for none; 0 (other roads): out_height */
+    int32_t canvas_deferred;       /* 1 while a first frame that fills the canvas is composed into
+                                      frame_out alone (the canvas is written from it when a frame
+                                      follows); 2 when no frame followed and the canvas was never
+                                      written */
 } DALTI_GIFDecoderInfo;
 
 /* The frame decoder's translation table. A code's string is kept twice: byte by byte (its last
