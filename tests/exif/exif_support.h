@@ -29,7 +29,7 @@ template <typename Read>
 int32_t through_window(SourceKind kind, const Bytes &file, Read read) {
     SourceRecord source(kind, file);
     uint8_t *buffer = source.record() != nullptr ? DALTJ_AllocateStreamBuffer(source->io) : nullptr;
-    if (buffer == nullptr) return -1;
+    if (buffer == nullptr || KOVRADALT_Seek_IO(source->io, 0, SEEK_SET) < 0) return DALTJ_ReleaseStreamBuffer(source->io, buffer), -1;
     DALTJ_ByteWindow window = io::make_window(source->io, buffer);
     const int32_t result = read(window, static_cast<uint32_t>(source->io->size));
     DALTJ_ReleaseStreamBuffer(source->io, buffer);
