@@ -1,9 +1,9 @@
-// Glue between libFuzzer's custom mutator hook and the generators: each fuzz target's mutator
-// picks, from the seed libFuzzer hands it, one time in five a fresh generated input, two in five a
-// structural change, otherwise (or when the change gives nothing) libFuzzer's own byte-level
-// mutation (LLVMFuzzerMutate), and writes the result back.
+// libFuzzer's custom mutator hook over a generator: from the seed libFuzzer hands it, one time in
+// five a fresh generated input, two in five a structural change, otherwise (or when the change
+// gives nothing) libFuzzer's own byte mutation.
 #pragma once
 
+#include <algorithm>
 #include <cstring>
 
 #include "fuzz/generators/rng.h"
@@ -17,11 +17,9 @@ template <typename Generate, typename Change>
 size_t custom_mutate(uint8_t *data, size_t size, size_t max_size, unsigned int seed, Generate generate, Change change) {
     Rng rng(seed);
     const uint32_t roll = rng.below(5);
-    Bytes out;
-    if (roll == 0) out = generate(rng, max_size);
-    if (roll == 1 || roll == 2) out = change(Bytes(data, data + size), rng, max_size);
+    const Bytes out = roll == 0 ? generate(rng, max_size) : roll < 3 ? change(Bytes(data, data + size), rng, max_size) : Bytes();
     if (out.empty()) return LLVMFuzzerMutate(data, size, max_size);
-    const size_t n = out.size() < max_size ? out.size() : max_size;
+    const size_t n = std::min(out.size(), max_size);
     std::memcpy(data, out.data(), n);
     return n;
 }

@@ -1,10 +1,9 @@
-// The random choices of the input generators: splitmix64, so that one seed names one input on
-// every platform (libFuzzer hands the custom mutators a seed; the seed writer counts seeds up).
+// The generators' random choices: splitmix64, so that one seed names one input on every platform
+// (libFuzzer hands the custom mutators a seed; the seed writer counts seeds up).
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
-#include <utility>
 #include <vector>
 
 namespace kovra::fuzz {
@@ -21,13 +20,11 @@ public:
         z = (z ^ (z >> 27)) * 0x94D049BB133111EBull;
         return z ^ (z >> 31);
     }
-    // 0..n-1 (0 when n is 0).
-    uint32_t below(uint32_t n) { return n == 0 ? 0 : static_cast<uint32_t>(next() % n); }
-    // lo..hi, both included.
-    uint32_t range(uint32_t lo, uint32_t hi) { return lo + below(hi - lo + 1); }
+    uint32_t below(uint32_t n) { return n == 0 ? 0 : static_cast<uint32_t>(next() % n); }  // 0 when n is 0
+    uint32_t range(uint32_t lo, uint32_t hi) { return lo + below(hi - lo + 1); }          // both included
     bool one_in(uint32_t n) { return below(n) == 0; }
     uint8_t byte() { return static_cast<uint8_t>(next()); }
-    // 0..max with small values as likely as large ones: a random bit length, then a value of it.
+    // 0..max, small values as likely as large ones: a random bit length, then a value of it.
     uint32_t spread(uint32_t max) {
         uint32_t bits = 0;
         while (bits < 32 && (max >> bits) != 0) ++bits;
@@ -36,14 +33,7 @@ public:
         return value > max ? max : value;
     }
     template <typename T, size_t N>
-    T pick(const T (&items)[N]) {
-        return items[below(N)];
-    }
-    template <typename T>
-    void shuffle(std::vector<T> *items) {
-        for (size_t i = items->size(); i > 1; --i)
-            std::swap((*items)[i - 1], (*items)[below(static_cast<uint32_t>(i))]);
-    }
+    T pick(const T (&items)[N]) { return items[below(N)]; }
     void fill(Bytes *out, size_t count) {
         for (size_t i = 0; i < count; ++i) out->push_back(byte());
     }

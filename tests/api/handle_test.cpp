@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include "kovra_handle.h"
-#include "kovra_os.h"
 #include "kovra_parse.h"
 #include "support/corpus.h"
 #include "support/sources.h"
@@ -13,39 +12,36 @@
 namespace kovra::test {
 namespace {
 
-const std::string kAnimated = (samples_dir() / "animated-red-blue.gif").string();
-
 class Handles : public ::testing::Test {
 protected:
     uint8_t byte = 0;
+    std::string animated = (samples_dir() / "animated-red-blue.gif").string(), bitmap = (samples_dir() / "pal8.bmp").string();
     void TearDown() override {
         for (int32_t h = 1; h <= KOVRADALT_HANDLE_MAX; ++h) EXPECT_EQ(dal_dec_handle_get_struct(h), nullptr) << h;
     }
 };
 
+// A second set returns the same record without parsing again (the GIF total would double).
 TEST_F(Handles, PathHandleParsesOnceOnSetAndClosesItsFileOnce) {
-    std::string path = kAnimated;
-    const int32_t handle = KOVRADALT_OpenDecHandle(path.data(), 0, IO_KIND_PATH);
+    const int32_t handle = KOVRADALT_OpenDecHandle(animated.data(), 0, IO_KIND_PATH);
     ASSERT_EQ(handle, 1);
     dal_dec_handle *record = dal_dec_handle_get_struct(handle);
     EXPECT_EQ(record->size, 2913);
-    EXPECT_EQ(record->parsed_type, 0);
     KOVRADALT_DecInfo *dec = KOVRADALT_SetDecInfoFromHandle(handle, KOVRADALT_FORMAT_RGBA32);
     ASSERT_NE(dec, nullptr);
-    EXPECT_EQ(dec->image_type, 6);
-    EXPECT_EQ(record->parsed_type, 6);
+    EXPECT_EQ(record->parsed_type * 100 + dec->image_type, 606);
     EXPECT_EQ(record->height, 48u);
     EXPECT_EQ(dec->io->file, record->file);
     EXPECT_EQ(KOVRADALT_SetDecInfoFromHandle(handle, 13), dec);
     EXPECT_EQ(KOVRADALT_GetDecInfoFromHandle(handle), dec);
     EXPECT_EQ(dec->output_format, 13);
-    EXPECT_EQ(dec->gif_total_delay, 1000u);  // a second parse would have added another 1000
+    EXPECT_EQ(dec->gif_total_delay, 1000u);
     EXPECT_EQ(KOVRADALT_CloseDecHandle(handle), 1);
     EXPECT_EQ(KOVRADALT_CloseDecHandle(handle), 0);
 }
 
 TEST_F(Handles, MemoryHandleCopiesTheHoldersOptionAndParsesOnlyOnSet) {
-    std::vector<uint8_t> bytes = read_file(samples_dir() / "pal8.bmp");
+    std::vector<uint8_t> bytes = read_file(bitmap);
     const int32_t handle = KOVRADALT_OpenDecHandle(bytes.data(), static_cast<int32_t>(bytes.size()), IO_KIND_MEMORY);
     dal_dec_handle *record = dal_dec_handle_get_struct(handle);
     KOVRADALT_DecInfo *dec = KOVRADALT_GetDecInfoFromHandle(handle);
@@ -57,19 +53,17 @@ TEST_F(Handles, MemoryHandleCopiesTheHoldersOptionAndParsesOnlyOnSet) {
     EXPECT_EQ(record->parsed_type, 2);
     EXPECT_EQ(record->width, 127u);
     __dal_codec_ctrl_set_dec_info(record, 13, 9);
-    EXPECT_EQ(dec->output_format, 13);
-    EXPECT_EQ(dec->option, 9u);
+    EXPECT_EQ(dec->output_format * 100 + dec->option, 1309u);
     EXPECT_EQ(KOVRADALT_CloseDecHandle(handle), 1);
 }
 
 TEST_F(Handles, StreamHandleIsNeverParsedBySetAndNeedsItsReadCallback) {
-    MemoryStream stream;
-    stream.bytes = read_file(kAnimated);
+    MemoryStream stream{read_file(animated)};
     const int32_t handle = KOVRADALT_OpenDecHandle_Stream(&stream, static_cast<int32_t>(stream.bytes.size()),
                                                           IO_KIND_STREAM, MemoryStream::read, nullptr, MemoryStream::rewind);
     KOVRADALT_DecInfo *dec = KOVRADALT_SetDecInfoFromHandle(handle, 7);
     ASSERT_NE(dec, nullptr);
-    EXPECT_EQ(stream.reads, 0);
+    EXPECT_EQ(stream.cursor, 0u);
     KOVRADALT_ImageInfo info{};
     EXPECT_EQ(KOVRADALT_Parser(dec, &info), 6);
     KOVRADALT_OsFree(info.frame_delays);
@@ -78,23 +72,19 @@ TEST_F(Handles, StreamHandleIsNeverParsedBySetAndNeedsItsReadCallback) {
 }
 
 TEST_F(Handles, RefusalsAndAllocationFailuresTakeNoSlot) {
-    EXPECT_EQ(dal_dec_handle_open(nullptr, 10, IO_KIND_MEMORY), 0);
-    EXPECT_EQ(dal_dec_handle_open(&byte, 0, IO_KIND_MEMORY), 0);
-    EXPECT_EQ(dal_dec_handle_open(&byte, 1, IO_KIND_FILE), 0);
-    EXPECT_EQ(dal_dec_handle_open(&byte, 1, -1), 0);
-    EXPECT_EQ(dal_dec_handle_open_stream(&byte, 1, 3, nullptr, nullptr, nullptr), 0);
-    EXPECT_EQ(dal_dec_handle_open_stream(&byte, 1, IO_KIND_OWNED_MEMORY, nullptr, nullptr, nullptr), 0);
-    EXPECT_EQ(dal_dec_handle_open_stream(&byte, 0, IO_KIND_MEMORY, nullptr, nullptr, nullptr), 0);
     std::string missing = "/nonexistent/x.gif", directory = samples_dir().string();
-    EXPECT_EQ(KOVRADALT_OpenDecHandle(missing.data(), 0, IO_KIND_PATH), 0);
-    EXPECT_EQ(KOVRADALT_OpenDecHandle(directory.data(), 0, IO_KIND_PATH), 0);
+    for (int32_t opened : {dal_dec_handle_open(nullptr, 10, IO_KIND_MEMORY), dal_dec_handle_open(&byte, 0, IO_KIND_MEMORY),
+                           dal_dec_handle_open(&byte, 1, IO_KIND_FILE), dal_dec_handle_open(&byte, 1, -1),
+                           dal_dec_handle_open_stream(&byte, 1, 3, nullptr, nullptr, nullptr),
+                           dal_dec_handle_open_stream(&byte, 1, IO_KIND_OWNED_MEMORY, nullptr, nullptr, nullptr),
+                           dal_dec_handle_open_stream(&byte, 0, IO_KIND_MEMORY, nullptr, nullptr, nullptr),
+                           KOVRADALT_OpenDecHandle(missing.data(), 0, IO_KIND_PATH),
+                           KOVRADALT_OpenDecHandle(directory.data(), 0, IO_KIND_PATH)})
+        EXPECT_EQ(opened, 0);
     for (long successes = 0; successes < 4; ++successes) {
         AllocationFailure failure(successes);
         EXPECT_EQ(dal_dec_handle_open(&byte, 1, IO_KIND_MEMORY), 0) << successes;
     }
-    const int32_t handle = dal_dec_handle_open(&byte, 1, IO_KIND_MEMORY);
-    EXPECT_EQ(handle, 1);
-    EXPECT_EQ(KOVRADALT_CloseDecHandle(handle), 1);
 }
 
 TEST_F(Handles, TwoHundredFiftyFiveSlotsLowestFreeFirstAndOutOfRange) {
@@ -107,10 +97,8 @@ TEST_F(Handles, TwoHundredFiftyFiveSlotsLowestFreeFirstAndOutOfRange) {
     for (int32_t h : {0, 256, -1}) {
         EXPECT_EQ(KOVRADALT_GetDecInfoFromHandle(h), nullptr) << h;
         EXPECT_EQ(KOVRADALT_SetDecInfoFromHandle(h, 7), nullptr) << h;
-        EXPECT_EQ(KOVRADALT_CloseDecHandle(h), 0) << h;
-        EXPECT_EQ(dal_dec_handle_destory(h), 0) << h;
+        EXPECT_EQ(KOVRADALT_CloseDecHandle(h) + dal_dec_handle_destory(h), 0) << h;
     }
-    EXPECT_EQ(dal_set_decinfo_from_handle(nullptr, 7), nullptr);
 }
 
 TEST_F(Handles, ControlCodesAndDestroy) {
@@ -120,7 +108,6 @@ TEST_F(Handles, ControlCodesAndDestroy) {
     EXPECT_EQ(__dal_dec_handle_contorl(256, nullptr, &record, DAL_HANDLE_CTRL_GET), 0);
     int32_t handle = 0;
     EXPECT_EQ(__dal_dec_handle_contorl(0, &handle, nullptr, DAL_HANDLE_CTRL_CREATE), 1);
-    EXPECT_EQ(handle, 1);
     EXPECT_EQ(KOVRADALT_SetDecInfoFromHandle(handle, 7), nullptr);  // a bare slot has no record
     EXPECT_EQ(__dal_dec_handle_contorl(handle, nullptr, nullptr, 9), 0);
     EXPECT_EQ(__dal_dec_handle_contorl(handle, nullptr, nullptr, DAL_HANDLE_CTRL_DESTROY), 1);
@@ -131,9 +118,9 @@ TEST_F(Handles, ControlCodesAndDestroy) {
     dal_destroy_dec_info(holder);  // destroy left the holder to us
 }
 
+// LeakSanitizer watches these: close parses an unparsed image and frees library-owned memory.
 TEST_F(Handles, CloseParsesAnUnparsedImageAndFreesOwnedMemory) {
-    std::string path = (samples_dir() / "pal8.bmp").string();
-    int32_t handle = KOVRADALT_OpenDecHandle(path.data(), 0, IO_KIND_PATH);
+    int32_t handle = KOVRADALT_OpenDecHandle(bitmap.data(), 0, IO_KIND_PATH);
     __dal_codec_ctrl_set_dec_info(dal_dec_handle_get_struct(handle), 0, 0);
     EXPECT_EQ(KOVRADALT_CloseDecHandle(handle), 1);
     handle = dal_dec_handle_open(&byte, 1, IO_KIND_MEMORY);

@@ -1,5 +1,5 @@
-/* A C11 host of the library: includes every public header and runs a small road through the
- * shared object (detect a memory image's type), proving the C interface links and works. */
+/* A host of the library, built as C11 and as C++: includes every public header and runs a small
+ * road through the shared object (detect a memory image's type): the C interface links and works. */
 #include "all_public_headers.h"
 
 #include <stdio.h>

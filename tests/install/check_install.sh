@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # check_install.sh BUILD_DIR SOURCE_DIR: installs the build into a temporary prefix, checks what
-# lands there, builds a C11 consumer through pkg-config and a C++ one through the CMake package,
+# lands there, builds a consumer as C11 through pkg-config and as C++ through the CMake package,
 # runs both and the installed tool on the samples, then makes the Debian packages and installs
 # them with dpkg into a temporary root.
 set -euo pipefail
@@ -27,19 +27,20 @@ LD_LIBRARY_PATH=$prefix/lib "$work/c-consumer" "${samples[@]}" | tee "$work/c.ou
 grep -q 'animated-red-blue.gif: type 6, 64 x 48' "$work/c.out"
 grep -q 'basn2c08.png: type 3, 32 x 32' "$work/c.out"
 
-# C++ through find_package.
+# The same consumer as C++ through find_package.
 mkdir "$work/cmake-consumer"
 cat > "$work/cmake-consumer/CMakeLists.txt" <<CMAKE
 cmake_minimum_required(VERSION 3.25)
 project(consumer LANGUAGES CXX)
 find_package(KovraImageCodec 1 REQUIRED)
-add_executable(consumer "$source/tests/install/consumer.cpp")
+add_executable(consumer "$source/tests/install/consumer.c")
+set_source_files_properties("$source/tests/install/consumer.c" PROPERTIES LANGUAGE CXX)
 target_link_libraries(consumer PRIVATE KovraImageCodec::kovraimagecodec)
 CMAKE
 cmake -S "$work/cmake-consumer" -B "$work/cmake-consumer/build" -DCMAKE_PREFIX_PATH="$prefix" >/dev/null
 cmake --build "$work/cmake-consumer/build" >/dev/null
 "$work/cmake-consumer/build/consumer" "${samples[@]}" | tee "$work/cpp.out"
-grep -q 'animated-red-blue.gif: type 6, 4 frames' "$work/cpp.out"
+grep -q 'animated-red-blue.gif: type 6, 64 x 48, 4 frames' "$work/cpp.out"
 
 # The installed tool finds its library without help.
 "$prefix/bin/kovra" info "${samples[0]}" | grep -q 'animated GIF, 64 x 48'

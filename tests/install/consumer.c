@@ -1,5 +1,5 @@
-/* A C11 program built against the installed library through pkg-config: what the header parse
- * finds in each file. */
+/* A program built against the installed library (as C11 through pkg-config, as C++ through the
+ * CMake package): what the header parse finds in each file. */
 #include <stdio.h>
 
 #include "kovra_decinfo.h"
@@ -12,7 +12,8 @@ int main(int argc, char **argv) {
         if (dec == NULL) return 1;
         KOVRADALT_ImageInfo info = {0};
         const int32_t type = KOVRADALT_Parser(dec, &info);
-        printf("%s: type %d, %u x %u\n", argv[i], (int)type, (unsigned)info.width, (unsigned)info.height);
+        printf("%s: type %d, %u x %u, %u frames\n", argv[i], (int)type, (unsigned)info.width, (unsigned)info.height,
+               (unsigned)info.frame_count);
         KOVRADALT_OsFree(info.frame_delays);
         KOVRADALT_DestroyDecInfo(dec);
     }

@@ -9,37 +9,22 @@
 namespace kovra::test {
 namespace fs = std::filesystem;
 
-namespace {
-fs::path env_path(const char *name, const char *fallback) {
+static fs::path env_dir(const char *name, const char *fallback) {
     const char *value = std::getenv(name);
-    return fs::path(value != nullptr && *value != '\0' ? value : fallback);
+    return value != nullptr && *value != '\0' ? value : fallback;
 }
-
-std::string lower(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::tolower(c); });
-    return text;
-}
-}  // namespace
-
-fs::path corpus_dir() { return env_path("KOVRA_CORPUS_DIR", "../shared/corpus"); }
-fs::path samples_dir() { return env_path("KOVRA_SAMPLES", "samples"); }
-
-bool corpus_available() {
-    std::error_code ignored;
-    return fs::is_directory(corpus_dir(), ignored);
-}
+fs::path corpus_dir() { return env_dir("KOVRA_CORPUS_DIR", "../shared/corpus"); }
+fs::path samples_dir() { return env_dir("KOVRA_SAMPLES", "samples"); }
+bool corpus_available() { return fs::is_directory(corpus_dir()); }
 
 std::vector<fs::path> corpus_files(const std::string &subdir, const std::vector<std::string> &extensions) {
     std::vector<fs::path> files;
-    const fs::path root = corpus_dir() / subdir;
     std::error_code ec;
-    if (!fs::is_directory(root, ec)) return files;
-    for (const auto &entry : fs::recursive_directory_iterator(root, ec)) {
-        if (!entry.is_regular_file()) continue;
-        const std::string ext = lower(entry.path().extension().string());
-        if (extensions.empty() || std::find(extensions.begin(), extensions.end(), ext) != extensions.end()) {
+    for (const auto &entry : fs::recursive_directory_iterator(corpus_dir() / subdir, ec)) {
+        std::string ext = entry.path().extension().string();
+        std::transform(ext.begin(), ext.end(), ext.begin(), [](unsigned char c) { return std::tolower(c); });
+        if (entry.is_regular_file() && (extensions.empty() || std::count(extensions.begin(), extensions.end(), ext) > 0))
             files.push_back(entry.path());
-        }
     }
     std::sort(files.begin(), files.end());
     return files;
@@ -47,7 +32,7 @@ std::vector<fs::path> corpus_files(const std::string &subdir, const std::vector<
 
 std::vector<uint8_t> read_file(const fs::path &path) {
     std::ifstream in(path, std::ios::binary);
-    return std::vector<uint8_t>(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
 }
 
 }  // namespace kovra::test
