@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 namespace kovra::fuzz {
@@ -34,6 +35,10 @@ public:
     }
     template <typename T, size_t N>
     T pick(const T (&items)[N]) { return items[below(N)]; }
+    template <typename T>
+    void shuffle(std::vector<T> *items) {
+        for (size_t i = items->size(); i > 1; --i) std::swap((*items)[i - 1], (*items)[below(static_cast<uint32_t>(i))]);
+    }
     void fill(Bytes *out, size_t count) {
         for (size_t i = 0; i < count; ++i) out->push_back(byte());
     }

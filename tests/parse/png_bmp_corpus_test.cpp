@@ -26,28 +26,14 @@ Header parse(const std::vector<uint8_t> &bytes) {
     return {type, info.width, info.height, info.interlaced};
 }
 
-// libpng's reading of the IHDR chunk, or nothing when libpng refuses the file up to there.
+// libpng's reading of the header, or nothing when libpng refuses it; the interlace method is
+// the IHDR byte libpng accepted (IHDR is the first chunk).
 std::optional<Header> libpng(const std::vector<uint8_t> &bytes) {
-    struct Reader {
-        const std::vector<uint8_t> &bytes;
-        size_t pos;
-    } reader{bytes, 0};
-    png_structp png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, [](png_structp p, png_const_charp) { png_longjmp(p, 1); },
-                                             [](png_structp, png_const_charp) {});
-    png_infop info = png_create_info_struct(png);
-    std::optional<Header> header;
-    if (setjmp(png_jmpbuf(png)) == 0) {
-        png_set_read_fn(png, &reader, [](png_structp p, png_bytep out, png_size_t count) {
-            auto *r = static_cast<Reader *>(png_get_io_ptr(p));
-            if (r->bytes.size() - r->pos < count) png_error(p, "short file");
-            std::memcpy(out, r->bytes.data() + r->pos, count);
-            r->pos += count;
-        });
-        png_read_info(png, info);
-        header = Header{3, png_get_image_width(png, info), png_get_image_height(png, info), png_get_interlace_type(png, info)};
-    }
-    png_destroy_read_struct(&png, &info, nullptr);
-    return header;
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    if (png_image_begin_read_from_memory(&image, bytes.data(), bytes.size()) == 0) return std::nullopt;
+    png_image_free(&image);
+    return Header{3, image.width, image.height, bytes[28]};
 }
 
 TEST(PngCorpus, HeadersMatchLibpng) {
@@ -58,7 +44,7 @@ TEST(PngCorpus, HeadersMatchLibpng) {
         const std::optional<Header> peer = libpng(bytes);
         if (!peer) continue;
         EXPECT_EQ(parse(bytes), *peer) << path;
-        ++compared, adam7 += (*peer)[3] == PNG_INTERLACE_ADAM7;
+        ++compared, adam7 += (*peer)[3];
     }
     EXPECT_GT(compared, 150);
     EXPECT_GT(adam7, 10);
