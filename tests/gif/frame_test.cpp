@@ -1,6 +1,6 @@
 // Set-up and frame driving where the reference comparison does not go: refusals, colour queries,
-// results and delays, blocks that end an animation, output sizes set through the framework, the
-// caller's row count, the frame cache; and real files whose decoded indexes ship with them.
+// blocks that end an animation, output sizes set through the framework, the caller's row count,
+// the frame cache.
 
 #include <gtest/gtest.h>
 
@@ -8,7 +8,6 @@
 
 #include "gif_decode.h"
 #include "kovra_os.h"
-#include "support/corpus.h"
 
 namespace kovra::test {
 namespace {
@@ -103,28 +102,6 @@ TEST(GifSetUp, ColorQueries) {
     EXPECT_EQ(block[0] | block[3], 0u);
     KOVRADALT_OsFree(block);
     EXPECT_EQ(KOVRADALTI_SetDecodeAGIFBuffer(nullptr, nullptr, 5), nullptr);
-}
-
-TEST(GifFrames, ResultsDelaysAndDirectMode) {
-    for (SourceKind kind : kAllSourceKinds) {
-        const Animation animation = decode_animation(three_frames(), KOVRADALT_FORMAT_RGBA32, 1, kind);
-        EXPECT_EQ(animation.results, (std::vector<int32_t>{1, 1, 3})) << source_kind_name(kind);
-        EXPECT_EQ(animation.delays, (std::vector<uint32_t>{70, 90, 0}));  // the next frame's; 0 at the end
-        EXPECT_EQ(animation.frames.at(2), filled(3, 4));
-    }
-    // Frame mode writes nothing for palette indexes.
-    EXPECT_EQ(decode_animation(three_frames(), KOVRADALT_FORMAT_INDEX8).frames.at(0), Bytes(4, kU));
-    GifSession direct(three_frames(), KOVRADALT_FORMAT_INDEX8, 1, false);
-    for (uint8_t frame = 1; frame <= 3; ++frame) {
-        Bytes out(4, kU);
-        EXPECT_EQ(KOVRADALTI_DecodeAGIF(direct.dec(), out.data(), 0, 2), frame < 3 ? 1 : 3);
-        EXPECT_EQ(out, Bytes(4, frame));
-    }
-    // Direct mode gives only indexes for a frame that does not cover the screen.
-    GifSession partial(GifBuilder(4, 2, kPalette).image(1, 0, 2, 2, {1, 2, 3, 0}).bytes(), KOVRADALT_FORMAT_RGBA32, 1, false);
-    Bytes out(32, kU);
-    EXPECT_EQ(KOVRADALTI_DecodeGIF(partial.dec(), out.data(), 4, 2), 0);
-    EXPECT_EQ(out, Bytes(32, kU));
 }
 
 TEST(GifFrames, BlocksBetweenFrames) {
@@ -244,25 +221,6 @@ TEST(GifFrameCache, RevisitedFramesComeFromTheCache) {
     EXPECT_EQ(decode_cached(third, out, 0, &fresh, nullptr) + decode_cached(third, out, 1, &fresh, nullptr), 2);
     EXPECT_EQ(decode_cached(third, out, 1, &fresh, nullptr), 3);  // cached but not the last, no delays: from the stream
     EXPECT_EQ(out, filled(3, 4));
-}
-
-Bytes wuffs_file(const std::string &name) { return read_file(corpus_dir() / "gif/wuffs" / name); }
-
-TEST(GifCorpus, ShippedIndexes) {
-    KOVRA_REQUIRE_CORPUS();
-    for (const char *name : {"bricks-dither", "bricks-gray", "bricks-nodither"}) {
-        EXPECT_EQ(decode_indexes(wuffs_file(std::string(name) + ".gif")).indexes, wuffs_file(std::string(name) + ".indexes")) << name;
-    }
-    // muybridge's frames one by one in direct mode.
-    GifSession session(wuffs_file("muybridge.gif"), KOVRADALT_FORMAT_INDEX8, 1, false);
-    for (int frame = 0; frame < 15; ++frame) {
-        char name[64];
-        std::snprintf(name, sizeof name, "muybridge-frame-%03d.indexes", frame);
-        Bytes out(session.frame_bytes(), kU);
-        ASSERT_EQ(KOVRADALTI_DecodeGIF(session.dec(), out.data(), 30, 20), 1);
-        EXPECT_EQ(out, wuffs_file(name));
-        EXPECT_EQ(DALTI_SeekImageData(nullptr, session.gif()), frame < 14 ? 1 : 0);
-    }
 }
 
 }  // namespace

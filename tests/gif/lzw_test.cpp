@@ -1,6 +1,6 @@
 // LZW decoding where real files do not go: hand-made code streams, every minimum code size with
-// the table full at 12 bits, the input buffer's 4096-byte refills, the line buffer's end, cut
-// data, and the exported step functions.
+// the table full at 12 bits, the input buffer's 4096-byte refills, the line buffer's end, and the
+// exported step functions.
 
 #include <gtest/gtest.h>
 
@@ -78,21 +78,6 @@ TEST(GifLzw, SubBlockEndingAtTheInputBufferEndWaitsForTheByteAfterIt) {
     }
 }
 
-TEST(GifLzw, CutDataKeepsTheRowsDecoded) {
-    // Every complete row before the cut is delivered and nothing after it. The decode ends with 1
-    // when the refill that meets the cut still reads something, with 0 when it reads nothing.
-    const Bytes indexes = random_indexes(200 * 200, 256, 11);
-    const Bytes gif = GifBuilder(200, 200, test_palette(256)).image(0, 0, 200, 200, indexes).trailer().bytes();
-    int results[2] = {0, 0};
-    for (size_t cut = gif.size() / 2; cut < gif.size() / 2 + 4200; cut += 97) {
-        const IndexImage image = decode_indexes(Bytes(gif.begin(), gif.begin() + static_cast<long>(cut)));
-        ASSERT_TRUE(std::equal(indexes.begin(), indexes.begin() + 90 * 200, image.indexes.begin())) << cut;
-        ASSERT_EQ(image.indexes.back(), kU) << cut;
-        ++results[image.result & 1];
-    }
-    EXPECT_GT(results[0] * results[1], 0);
-}
-
 TEST(GifLzw, LineBufferEnd) {
     // A 2-wide screen has a line buffer of 2 + 4096 indexes: a frame one wider fails, one exactly
     // as wide decodes the screen's two columns, and strings ever longer stop where one would end
@@ -108,19 +93,6 @@ TEST(GifLzw, LineBufferEnd) {
         if (next + 1 == (1u << width) && width < 12) ++width;
     }
     EXPECT_EQ(decode_indexes(coded_gif(4000, 3000, 2, pack_codes(codes), 2)).result, 0);
-}
-
-TEST(GifLzw, EntriesAnEarlierFrameMadeReadAsEmpty) {
-    // Frame B makes entry 7 from code 7 while 7 is beyond the table, then writes entry 7: with an
-    // empty table that is the single byte 1. Were frame A's entries left in place, entry 7 would
-    // be longer and push bytes into B's second row.
-    std::vector<Code> codes = {{4, 3}, {1, 3}, {7, 3}, {7, 3}, {7, 4}};
-    codes.insert(codes.end(), 6, Code{2, 4});
-    const ImageSpec b = coded_image(6, 2, 2, pack_codes(codes));
-    const Bytes after = GifBuilder(6, 2, test_palette(4)).image(0, 0, 6, 200, Bytes(1200, 2)).image(b).trailer().bytes();
-    EXPECT_EQ(decode_indexes(GifBuilder(6, 2, test_palette(4)).image(b).bytes()).indexes, (Bytes{1, 1, 1, 0, 1, 1, 2, 2, 2, 2, 2, 2}));
-    EXPECT_EQ(decode_animation(after, KOVRADALT_FORMAT_RGBA32).frames.at(1),
-              decode_animation(GifBuilder(6, 2, test_palette(4)).image(b).bytes(), KOVRADALT_FORMAT_RGBA32).frames.at(0));
 }
 
 TEST(GifLzw, StepFunctions) {
