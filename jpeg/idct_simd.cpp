@@ -55,7 +55,7 @@ constexpr BlockWeights block_weights() {
     BlockWeights w{};
     for (int k = 0; k < 8; ++k)
         for (int i = 0; i < 8; ++i) {
-            w.row[k][i] = static_cast<int16_t>((kLineWeight[k] * kLineWeight[lanes::kColumnLane[i]] + 63) / 64);
+            w.row[k][i] = static_cast<int16_t>((kLineWeight[k] * kLineWeight[i] + 63) / 64);
         }
     return w;
 }
@@ -77,24 +77,28 @@ template <int N>
 }
 
 // What pass 1 found: a block with nothing but its DC term, the workspace (its columns 4..7 zero
-// when narrow), or a column that would not fit in 16 bits.
+// when narrow), or a column that would not fit in 16 bits (or, with the short dequantisation,
+// multipliers it does not take).
 enum class Pass1 { kDcOnly, kWorkspace, kNarrowWorkspace, kTooLarge };
 
-// The column transform of coefficient rows 0..N-1 (the rest zero).
-template <int N>
-[[gnu::always_inline]] inline bool columns_of(const lanes::V (&c)[8], const int32_t *multipliers, Rows &ws) {
+// The column transform of coefficient rows 0..N-1 (the rest zero), or kTooLarge.
+template <int N, bool kShort>
+[[gnu::always_inline]] inline Pass1 columns_of(const lanes::V (&c)[8], const int32_t *multipliers, Rows &ws) {
     Rows p;
-    #pragma GCC unroll 8
-    for (int k = 0; k < N; ++k) {
-        p[k] = k == 7 ? lanes::dequantised<true>(c[k], multipliers + 8 * k) : lanes::dequantised(c[k], multipliers + 8 * k);
+    lanes::dequantised_rows<N, kShort>(c, multipliers, p);
+    if (!block_fits<N>(p)) return Pass1::kTooLarge;
+    if (N == 1) {
+        #pragma GCC unroll 8
+        for (int r = 0; r < 8; ++r) ws[r] = p[0];
+    } else {
+        Aan::line<N>(p, ws, 1);
     }
-    if (!block_fits<N>(p)) return false;
-    Aan::line<N>(p, ws, 1);
-    return true;
+    return Pass1::kWorkspace;
 }
 
 // Pass 1 into the workspace rows, skipping the coefficient rows that are zero: with rows 1..7 zero
 // every column holds its DC term only, which the transform would leave in all eight rows.
+template <bool kShort>
 [[gnu::always_inline]] inline Pass1 columns(const int16_t *coefficients, const int32_t *multipliers, Rows &ws) {
     lanes::V c[8];
     #pragma GCC unroll 8
@@ -102,26 +106,22 @@ template <int N>
     const lanes::V rows23 = lanes::either(c[2], c[3]), rows45 = lanes::either(c[4], c[5]);
     const lanes::V rows67 = lanes::either(c[6], c[7]);
     const lanes::V any = lanes::either(lanes::either(c[0], c[1]), lanes::either(rows23, lanes::either(rows45, rows67)));
-    const bool narrow = lanes::high_half_zero(any);
-    bool fits = true;
+    Pass1 pass1;
     if (!lanes::is_zero(rows67)) {
-        fits = columns_of<8>(c, multipliers, ws);
+        pass1 = columns_of<8, kShort>(c, multipliers, ws);
     } else if (!lanes::is_zero(rows45)) {
-        fits = columns_of<6>(c, multipliers, ws);
+        pass1 = columns_of<6, kShort>(c, multipliers, ws);
     } else if (!lanes::is_zero(rows23)) {
-        fits = columns_of<4>(c, multipliers, ws);
+        pass1 = columns_of<4, kShort>(c, multipliers, ws);
     } else if (!lanes::is_zero(c[1])) {
-        fits = columns_of<2>(c, multipliers, ws);
+        pass1 = columns_of<2, kShort>(c, multipliers, ws);
     } else {
         static constexpr int16_t kAc[8] = {0, -1, -1, -1, -1, -1, -1, -1};
         if (lanes::is_zero(lanes::both(c[0], lanes::load(kAc)))) return Pass1::kDcOnly;
-        ws[0] = lanes::dequantised(c[0], multipliers);
-        fits = block_fits<1>(ws);
-        #pragma GCC unroll 8
-        for (int r = 1; r < 8; ++r) ws[r] = ws[0];
+        pass1 = columns_of<1, kShort>(c, multipliers, ws);
     }
-    if (!fits) return Pass1::kTooLarge;
-    return narrow ? Pass1::kNarrowWorkspace : Pass1::kWorkspace;
+    if (pass1 == Pass1::kWorkspace && lanes::high_half_zero(any)) return Pass1::kNarrowWorkspace;
+    return pass1;
 }
 
 // Pass 2 over the transposed workspace, whose columns N..7 are zero: sums[k] holds sample k of
@@ -133,21 +133,18 @@ template <int N>
     for (int k = 0; k < 8; ++k) t[k] = ws[k].v;
     lanes::transpose(t);
     #pragma GCC unroll 8
-    for (int k = 0; k < N; ++k) ws[k] = t[lanes::kColumnLane[k]];
+    for (int k = 0; k < N; ++k) ws[k] = t[k];
     ws[0] = ws[0] + Lanes(128 << 5);
     Aan::line<N>(ws, sums, 1);
 }
 
 // Pass 2 where pass 1 gave a workspace.
-[[gnu::always_inline]] inline bool rows(Pass1 pass1, Rows &ws, Rows &sums) {
+[[gnu::always_inline]] inline void rows(Pass1 pass1, Rows &ws, Rows &sums) {
     if (pass1 == Pass1::kNarrowWorkspace) {
         rows_of<4>(ws, sums);
-    } else if (pass1 == Pass1::kWorkspace) {
-        rows_of<8>(ws, sums);
     } else {
-        return false;
+        rows_of<8>(ws, sums);
     }
-    return true;
 }
 
 // The sample of a block with nothing but its DC term.
@@ -155,49 +152,11 @@ inline uint8_t dc_sample(const uint8_t *range_limit, const int32_t *multipliers,
     return range_limit[aan_index(aan_input(coefficients, multipliers, 0))];
 }
 
-// Both passes of a full-size (kSize 8) or half-size (kSize 4) output: true with the sums of the
-// block, or false when it is done here, a block with nothing but its DC term written as kSize
-// rows of its sample, and a block that does not fit in 16 bits, or any block with a table other
-// than the plain clamp, handed to the scalar core.
-template <int kSize>
-[[gnu::always_inline]] inline bool sums_of(const uint8_t *range_limit, const int32_t *multipliers,
-                                           const int16_t *coefficients, uint8_t **output_rows,
-                                           uint32_t output_column, Rows &sums) {
-    const auto scalar = kSize == 8 ? idct_full_scalar : idct_2to1_scalar;
-    if (!idct_table_is_plain_clamp(range_limit)) {
-        scalar(range_limit, multipliers, coefficients, output_rows, output_column);
-        return false;
-    }
-    Rows ws;
-    const Pass1 pass1 = columns(coefficients, multipliers, ws);
-    if (pass1 == Pass1::kDcOnly) {
-        // kSize copies of the sample as one store a row.
-        const uint64_t dc = dc_sample(range_limit, multipliers, coefficients) * 0x0101010101010101u;
-        for (int r = 0; r < kSize; ++r) std::memcpy(output_rows[r] + output_column, &dc, kSize);
-        return false;
-    }
-    if (kSize == 4 && pass1 != Pass1::kTooLarge) {
-        #pragma GCC unroll 4
-        for (int j = 0; j < 4; ++j) ws[j] = lanes::half_sum(ws[2 * j].v, ws[2 * j + 1].v);
-        #pragma GCC unroll 4
-        for (int j = 4; j < 8; ++j) ws[j] = lanes::splat(0);
-    }
-    if (!rows(pass1, ws, sums)) {
-        scalar(range_limit, multipliers, coefficients, output_rows, output_column);
-        return false;
-    }
-    return true;
-}
-
 // The sample of a level-shifted sum, to be clamped to 0..255.
 [[gnu::always_inline]] inline lanes::V unclamped_sample(Lanes sum) { return lanes::shift_right<5>(sum.v); }
 
-}  // namespace
-
-void idct_full_simd(const uint8_t *range_limit, const int32_t *multipliers, const int16_t *coefficients,
-                    uint8_t **output_rows, uint32_t output_column) {
-    Rows sums;
-    if (!sums_of<8>(range_limit, multipliers, coefficients, output_rows, output_column, sums)) return;
+// The eight rows of full-size samples.
+[[gnu::always_inline]] inline void write_full(const Rows &sums, uint8_t **output_rows, uint32_t output_column) {
     lanes::V s[8];
     #pragma GCC unroll 8
     for (int k = 0; k < 8; ++k) s[k] = unclamped_sample(sums[k]);
@@ -210,11 +169,9 @@ void idct_full_simd(const uint8_t *range_limit, const int32_t *multipliers, cons
     }
 }
 
-void idct_2to1_simd(const uint8_t *range_limit, const int32_t *multipliers, const int16_t *coefficients,
-                    uint8_t **output_rows, uint32_t output_column) {
-    Rows sums;
-    if (!sums_of<4>(range_limit, multipliers, coefficients, output_rows, output_column, sums)) return;
-    // Output column i (one output row per lane) averages the samples of columns 2i and 2i + 1.
+// The four rows of half-size samples: output column i (one output row per lane) averages the
+// samples of columns 2i and 2i + 1.
+[[gnu::always_inline]] inline void write_half(const Rows &sums, uint8_t **output_rows, uint32_t output_column) {
     lanes::V out[8];
     #pragma GCC unroll 4
     for (int i = 0; i < 4; ++i) {
@@ -230,6 +187,78 @@ void idct_2to1_simd(const uint8_t *range_limit, const int32_t *multipliers, cons
         lanes::store4(output_rows[j] + output_column, pair, 0);
         lanes::store4(output_rows[j + 1] + output_column, pair, 2);
     }
+}
+
+// A full-size (kSize 8) or half-size (kSize 4) block, false when the short dequantisation (kShort)
+// refused it, for its multipliers or its size. A block with nothing but its DC term is written as kSize
+// rows of its sample; a block that does not fit in 16 bits, or any block with a table other than
+// the plain clamp, goes to the scalar core.
+template <int kSize, bool kShort>
+[[gnu::always_inline]] inline bool block(const uint8_t *range_limit, const int32_t *multipliers,
+                                         const int16_t *coefficients, uint8_t **output_rows, uint32_t output_column) {
+    const auto scalar = kSize == 8 ? idct_full_scalar : idct_2to1_scalar;
+    if (!idct_table_is_plain_clamp(range_limit)) {
+        scalar(range_limit, multipliers, coefficients, output_rows, output_column);
+        return true;
+    }
+    Rows ws;
+    const Pass1 pass1 = columns<kShort>(coefficients, multipliers, ws);
+    if (pass1 == Pass1::kTooLarge) {
+        if (kShort) return false;
+        scalar(range_limit, multipliers, coefficients, output_rows, output_column);
+        return true;
+    }
+    if (pass1 == Pass1::kDcOnly) {
+        // kSize copies of the sample as one store a row.
+        const uint64_t dc = dc_sample(range_limit, multipliers, coefficients) * 0x0101010101010101u;
+        for (int r = 0; r < kSize; ++r) std::memcpy(output_rows[r] + output_column, &dc, kSize);
+        return true;
+    }
+    if (kSize == 4) {
+        #pragma GCC unroll 4
+        for (int j = 0; j < 4; ++j) ws[j] = lanes::half_sum(ws[2 * j].v, ws[2 * j + 1].v);
+        #pragma GCC unroll 4
+        for (int j = 4; j < 8; ++j) ws[j] = lanes::splat(0);
+    }
+    Rows sums;
+    rows(pass1, ws, sums);
+    if (kSize == 8) {
+        write_full(sums, output_rows, output_column);
+    } else {
+        write_half(sums, output_rows, output_column);
+    }
+    return true;
+}
+
+// The same with any multipliers, out of line: the short dequantisation takes the tables decoders
+// build.
+template <int kSize>
+[[gnu::noinline]] void block_with_long_multipliers(const uint8_t *range_limit, const int32_t *multipliers,
+                                                   const int16_t *coefficients, uint8_t **output_rows,
+                                                   uint32_t output_column) {
+    block<kSize, false>(range_limit, multipliers, coefficients, output_rows, output_column);
+}
+
+template <int kSize>
+[[gnu::always_inline]] inline void any_block(const uint8_t *range_limit, const int32_t *multipliers,
+                                             const int16_t *coefficients, uint8_t **output_rows,
+                                             uint32_t output_column) {
+    if (block<kSize, lanes::kShortDequantisation>(range_limit, multipliers, coefficients, output_rows, output_column)) {
+        return;
+    }
+    block_with_long_multipliers<kSize>(range_limit, multipliers, coefficients, output_rows, output_column);
+}
+
+}  // namespace
+
+void idct_full_simd(const uint8_t *range_limit, const int32_t *multipliers, const int16_t *coefficients,
+                    uint8_t **output_rows, uint32_t output_column) {
+    any_block<8>(range_limit, multipliers, coefficients, output_rows, output_column);
+}
+
+void idct_2to1_simd(const uint8_t *range_limit, const int32_t *multipliers, const int16_t *coefficients,
+                    uint8_t **output_rows, uint32_t output_column) {
+    any_block<4>(range_limit, multipliers, coefficients, output_rows, output_column);
 }
 
 }  // namespace kovra::jpeg

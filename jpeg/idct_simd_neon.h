@@ -60,15 +60,18 @@ inline uint32_t sum_unsigned(V a) {
     return static_cast<uint32_t>(vgetq_lane_u64(pairs, 0) + vgetq_lane_u64(pairs, 1));
 }
 
-// Where dequantised() puts the coefficients of a row: in their own lanes.
-inline constexpr int kColumnLane[8] = {0, 1, 2, 3, 4, 5, 6, 7};
+// The 32-bit multiply takes every table alike.
+inline constexpr bool kShortDequantisation = false;
 
-// Lane i: (c_i * q[i], wrapped to 32 bits) >> 10, saturated to 16 bits.
-template <bool kLastRow = false>
-inline V dequantised(V c, const int32_t *q) {
-    const int32x4_t low = vmulq_s32(vmovl_s16(vget_low_s16(c)), vld1q_s32(q));
-    const int32x4_t high = vmulq_s32(vmovl_s16(vget_high_s16(c)), vld1q_s32(q + 4));
-    return vcombine_s16(vqshrn_n_s32(low, 10), vqshrn_n_s32(high, 10));
+// Dequantised coefficient rows 0..N-1, lane i of row k (c_ki * q[8k + i], wrapped to 32 bits) >>
+// 10, saturated to 16 bits.
+template <int N, bool kShort, class Row>
+[[gnu::always_inline]] inline void dequantised_rows(const V (&c)[8], const int32_t *q, Row (&p)[8]) {
+    for (int k = 0; k < N; ++k) {
+        const int32x4_t low = vmulq_s32(vmovl_s16(vget_low_s16(c[k])), vld1q_s32(q + 8 * k));
+        const int32x4_t high = vmulq_s32(vmovl_s16(vget_high_s16(c[k])), vld1q_s32(q + 8 * k + 4));
+        p[k] = vcombine_s16(vqshrn_n_s32(low, 10), vqshrn_n_s32(high, 10));
+    }
 }
 
 // Registers r[0..7] as the rows of an 8 x 8 matrix, transposed in place.
