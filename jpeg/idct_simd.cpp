@@ -189,25 +189,17 @@ inline uint8_t dc_sample(const uint8_t *range_limit, const int32_t *multipliers,
     }
 }
 
-// A full-size (kSize 8) or half-size (kSize 4) block, false when the short dequantisation (kShort)
-// refused it, for its multipliers or its size. A block with nothing but its DC term is written as kSize
-// rows of its sample; a block that does not fit in 16 bits, or any block with a table other than
-// the plain clamp, goes to the scalar core.
+// A full-size (kSize 8) or half-size (kSize 4) block, or false when the block does not fit in 16
+// bits (or, with the short dequantisation, kShort, its multipliers are not what it takes). A block
+// with nothing but its DC term is written as kSize rows of its sample. No call on the way, so
+// that the common path needs no registers saved.
 template <int kSize, bool kShort>
-[[gnu::always_inline]] inline bool block(const uint8_t *range_limit, const int32_t *multipliers,
-                                         const int16_t *coefficients, uint8_t **output_rows, uint32_t output_column) {
-    const auto scalar = kSize == 8 ? idct_full_scalar : idct_2to1_scalar;
-    if (!idct_table_is_plain_clamp(range_limit)) {
-        scalar(range_limit, multipliers, coefficients, output_rows, output_column);
-        return true;
-    }
+[[gnu::always_inline]] inline bool vector_block(const uint8_t *range_limit, const int32_t *multipliers,
+                                                const int16_t *coefficients, uint8_t **output_rows,
+                                                uint32_t output_column) {
     Rows ws;
     const Pass1 pass1 = columns<kShort>(coefficients, multipliers, ws);
-    if (pass1 == Pass1::kTooLarge) {
-        if (kShort) return false;
-        scalar(range_limit, multipliers, coefficients, output_rows, output_column);
-        return true;
-    }
+    if (pass1 == Pass1::kTooLarge) return false;
     if (pass1 == Pass1::kDcOnly) {
         // kSize copies of the sample as one store a row.
         const uint64_t dc = dc_sample(range_limit, multipliers, coefficients) * 0x0101010101010101u;
@@ -230,23 +222,35 @@ template <int kSize, bool kShort>
     return true;
 }
 
-// The same with any multipliers, out of line: the short dequantisation takes the tables decoders
-// build.
+// The library's own table, which holds the plain clamp (null until the library's initialisation
+// has run, which sends every block to refused_block()).
+const uint8_t *const kOwnTable = sample_range_limit() + kIdctLevelShift;
+
+// Every block that the common path refused: with a table that holds the plain clamp, the vector
+// version with the 32-bit products; otherwise, or where that refuses too, the scalar core.
 template <int kSize>
-[[gnu::noinline]] void block_with_long_multipliers(const uint8_t *range_limit, const int32_t *multipliers,
-                                                   const int16_t *coefficients, uint8_t **output_rows,
-                                                   uint32_t output_column) {
-    block<kSize, false>(range_limit, multipliers, coefficients, output_rows, output_column);
+[[gnu::noinline]] void refused_block(const uint8_t *range_limit, const int32_t *multipliers,
+                                     const int16_t *coefficients, uint8_t **output_rows, uint32_t output_column) {
+    if (idct_table_is_plain_clamp(range_limit) &&
+        vector_block<kSize, false>(range_limit, multipliers, coefficients, output_rows, output_column)) {
+        return;
+    }
+    const auto scalar = kSize == 8 ? idct_full_scalar : idct_2to1_scalar;
+    scalar(range_limit, multipliers, coefficients, output_rows, output_column);
 }
 
+// The common path: the library's own table, and multipliers that the short dequantisation takes
+// where it is worth a try.
 template <int kSize>
 [[gnu::always_inline]] inline void any_block(const uint8_t *range_limit, const int32_t *multipliers,
                                              const int16_t *coefficients, uint8_t **output_rows,
                                              uint32_t output_column) {
-    if (block<kSize, lanes::kShortDequantisation>(range_limit, multipliers, coefficients, output_rows, output_column)) {
+    if (range_limit == kOwnTable &&
+        vector_block<kSize, lanes::kShortDequantisation>(range_limit, multipliers, coefficients, output_rows,
+                                                         output_column)) {
         return;
     }
-    block_with_long_multipliers<kSize>(range_limit, multipliers, coefficients, output_rows, output_column);
+    refused_block<kSize>(range_limit, multipliers, coefficients, output_rows, output_column);
 }
 
 }  // namespace
