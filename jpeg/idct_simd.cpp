@@ -20,7 +20,7 @@
 // row), and every value of pass 2 at most sum_c K_c B_c + 3 < T + 47, with
 // T = sum_k sum_c K_k K_c |p_kc|; averaging rows keeps within the same bounds. Pass 2 adds the
 // level shift, 128 << 5, to its DC input, which every output carries once: 4096 more on the
-// outputs. block_fits() checks T < 28608 on the dequantised block, rounding on the safe side; a
+// outputs. block_fits() checks T < 28544 on the dequantised block, rounding on the safe side; a
 // block that fails (411 of the corpus's 2.3 million blocks) goes to the scalar core. The
 // dequantisation is 32-bit arithmetic saturated to 16 bits, and a saturated value fails the check.
 //
@@ -46,8 +46,8 @@ using Rows = Lanes[8];
 // K_k in 1/256.
 constexpr int kLineWeight[8] = {256, 256, 256, 302, 256, 452, 618, 1287};
 
-// K_k K_c / 64 in 1/65536, rounded up: (|p_kc| * kBlockWeight[k][c]) >> 16 is K_k K_c |p_kc| / 64,
-// less by under 1.
+// K_k K_c / 128 in 1/65536, rounded up: (|p_kc| * kBlockWeight[k][c]) >> 16 is
+// K_k K_c |p_kc| / 128, less by under 1.
 struct BlockWeights {
     int16_t row[8][8];
 };
@@ -55,15 +55,15 @@ constexpr BlockWeights block_weights() {
     BlockWeights w{};
     for (int k = 0; k < 8; ++k)
         for (int i = 0; i < 8; ++i) {
-            w.row[k][i] = static_cast<int16_t>((kLineWeight[k] * kLineWeight[i] + 63) / 64);
+            w.row[k][i] = static_cast<int16_t>((kLineWeight[k] * kLineWeight[i] + 127) / 128);
         }
     return w;
 }
 constexpr BlockWeights kBlockWeight = block_weights();
 
-// With the sum of those terms over the block at most this, T < 64 * (383 + 64) = 28608, so that
-// T + 47 + 4096 < 32768.
-constexpr uint32_t kWeightedLimit = 383;
+// With the sum of those terms over the block at most this, T < 128 * (159 + 64) = 28544, so that
+// T + 47 + 4096 < 32768. Below 255, so that the sum can take each lane as at most 255.
+constexpr uint32_t kWeightedLimit = 159;
 
 // Whether a block with dequantised rows p[0..N-1] (the rest zero) stays exact in 16 bits.
 template <int N>
@@ -71,9 +71,9 @@ template <int N>
     lanes::V sum = lanes::weighted_magnitude(p[0].v, lanes::load(kBlockWeight.row[0]));
     #pragma GCC unroll 8
     for (int k = 1; k < N; ++k) {
-        sum = lanes::add_unsigned_saturated(sum, lanes::weighted_magnitude(p[k].v, lanes::load(kBlockWeight.row[k])));
+        sum = lanes::add_saturated(sum, lanes::weighted_magnitude(p[k].v, lanes::load(kBlockWeight.row[k])));
     }
-    return lanes::sum_unsigned(sum) <= kWeightedLimit;
+    return lanes::sum_of_bytes(sum) <= kWeightedLimit;
 }
 
 // What pass 1 found: a block with nothing but its DC term, the workspace (its columns 4..7 zero

@@ -50,14 +50,12 @@ inline V weighted_magnitude(V a, V w) {
     const uint32x4_t high = vmull_u16(vget_high_u16(magnitude), vget_high_u16(weight));
     return vreinterpretq_s16_u16(vcombine_u16(vshrn_n_u32(low, 16), vshrn_n_u32(high, 16)));
 }
-inline V add_unsigned_saturated(V a, V b) {
-    return vreinterpretq_s16_u16(vqaddq_u16(vreinterpretq_u16_s16(a), vreinterpretq_u16_s16(b)));
-}
+inline V add_saturated(V a, V b) { return vqaddq_s16(a, b); }
 
-// The sum of the lanes, unsigned.
-inline uint32_t sum_unsigned(V a) {
-    const uint64x2_t pairs = vpaddlq_u32(vpaddlq_u16(vreinterpretq_u16_s16(a)));
-    return static_cast<uint32_t>(vgetq_lane_u64(pairs, 0) + vgetq_lane_u64(pairs, 1));
+// The sum of the lanes, each taken as at most 255 (a negative lane as 0).
+inline uint32_t sum_of_bytes(V a) {
+    const uint64x1_t sum = vpaddl_u32(vpaddl_u16(vpaddl_u8(vqmovun_s16(a))));
+    return static_cast<uint32_t>(vget_lane_u64(sum, 0));
 }
 
 // The 32-bit multiply takes every table alike.

@@ -46,15 +46,12 @@ inline V weighted_magnitude(V a, V w) {
     const V magnitude = _mm_max_epi16(a, _mm_sub_epi16(_mm_setzero_si128(), a));
     return _mm_mulhi_epu16(magnitude, w);
 }
-inline V add_unsigned_saturated(V a, V b) { return _mm_adds_epu16(a, b); }
+inline V add_saturated(V a, V b) { return _mm_adds_epi16(a, b); }
 
-// The sum of the lanes, unsigned.
-inline uint32_t sum_unsigned(V a) {
+// The sum of the lanes, each taken as at most 255 (a negative lane as 0).
+inline uint32_t sum_of_bytes(V a) {
     const __m128i zero = _mm_setzero_si128();
-    __m128i sum = _mm_add_epi32(_mm_unpacklo_epi16(a, zero), _mm_unpackhi_epi16(a, zero));
-    sum = _mm_add_epi32(sum, _mm_shuffle_epi32(sum, 0x4E));
-    sum = _mm_add_epi32(sum, _mm_shuffle_epi32(sum, 0xB1));
-    return static_cast<uint32_t>(_mm_cvtsi128_si32(sum));
+    return static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_sad_epu8(_mm_packus_epi16(a, zero), zero)));
 }
 
 // Four products c_i * q_i wrapped to 32 bits, for the signed c_0..c_3 of c and q_0..q_3 at q, in
