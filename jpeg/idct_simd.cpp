@@ -51,28 +51,29 @@ constexpr int kLineWeight[8] = {256, 256, 256, 302, 256, 452, 618, 1287};
 struct BlockWeights {
     int16_t row[8][8];
 };
-constexpr BlockWeights block_weights() {
+constexpr int16_t block_weight(int k, int c) {
+    return static_cast<int16_t>((kLineWeight[k] * kLineWeight[c] + 127) / 128);
+}
+// Row k, or with two rows to a register (their columns 0..3), rows 2j and 2j + 1 in row j.
+constexpr BlockWeights block_weights(bool paired) {
     BlockWeights w{};
     for (int k = 0; k < 8; ++k)
-        for (int i = 0; i < 8; ++i) {
-            w.row[k][i] = static_cast<int16_t>((kLineWeight[k] * kLineWeight[i] + 127) / 128);
-        }
+        for (int i = 0; i < 8; ++i) w.row[k][i] = paired ? (k < 4 ? block_weight(2 * k + i / 4, i % 4) : 0) : block_weight(k, i);
     return w;
 }
-constexpr BlockWeights kBlockWeight = block_weights();
+constexpr BlockWeights kBlockWeight = block_weights(false), kPairWeight = block_weights(true);
 
 // With the sum of those terms over the block at most this, T < 128 * (159 + 64) = 28544, so that
 // T + 47 + 4096 < 32768. Below 255, so that the sum can take each lane as at most 255.
 constexpr uint32_t kWeightedLimit = 159;
 
-// Whether a block with dequantised rows p[0..N-1] (the rest zero) stays exact in 16 bits.
+// Whether a block with dequantised registers p[0..N-1] (the rest zero), weighted as w says, stays
+// exact in 16 bits.
 template <int N>
-[[gnu::always_inline]] inline bool block_fits(const Rows &p) {
-    lanes::V sum = lanes::weighted_magnitude(p[0].v, lanes::load(kBlockWeight.row[0]));
+[[gnu::always_inline]] inline bool block_fits(const Rows &p, const BlockWeights &w) {
+    lanes::V sum = lanes::weighted_magnitude(p[0].v, lanes::load(w.row[0]));
     #pragma GCC unroll 8
-    for (int k = 1; k < N; ++k) {
-        sum = lanes::add_saturated(sum, lanes::weighted_magnitude(p[k].v, lanes::load(kBlockWeight.row[k])));
-    }
+    for (int k = 1; k < N; ++k) sum = lanes::add_saturated(sum, lanes::weighted_magnitude(p[k].v, lanes::load(w.row[k])));
     return lanes::sum_of_bytes(sum) <= kWeightedLimit;
 }
 
@@ -81,19 +82,33 @@ template <int N>
 // multipliers it does not take).
 enum class Pass1 { kDcOnly, kWorkspace, kNarrowWorkspace, kTooLarge };
 
-// The column transform of coefficient rows 0..N-1 (the rest zero), or kTooLarge.
+// The column transform of coefficient rows 0..N-1 (the rest zero), or kTooLarge. A narrow block's
+// rows go two to a register to be dequantised and bounded.
 template <int N, bool kShort>
-[[gnu::always_inline]] inline Pass1 columns_of(const lanes::V (&c)[8], const int32_t *multipliers, Rows &ws) {
+[[gnu::always_inline]] inline Pass1 columns_of(const lanes::V (&c)[8], const int32_t *multipliers, bool narrow,
+                                               Rows &ws) {
     Rows p;
-    lanes::dequantised_rows<N, kShort>(c, multipliers, p);
-    if (!block_fits<N>(p)) return Pass1::kTooLarge;
+    if (narrow) {
+        constexpr int kPairs = (N + 1) / 2;
+        lanes::V c2[kPairs];
+        #pragma GCC unroll 4
+        for (int j = 0; j < kPairs; ++j) c2[j] = lanes::low_halves(c[2 * j], c[2 * j + 1]);
+        Rows pairs;
+        lanes::dequantised<kPairs, 16, 8, kShort>(c2, multipliers, pairs);
+        if (!block_fits<kPairs>(pairs, kPairWeight)) return Pass1::kTooLarge;
+        #pragma GCC unroll 4
+        for (int j = 0; j < kPairs; ++j) p[2 * j] = lanes::low_half(pairs[j].v), p[2 * j + 1] = lanes::high_half(pairs[j].v);
+    } else {
+        lanes::dequantised<N, 8, 4, kShort>(c, multipliers, p);
+        if (!block_fits<N>(p, kBlockWeight)) return Pass1::kTooLarge;
+    }
     if (N == 1) {
         #pragma GCC unroll 8
         for (int r = 0; r < 8; ++r) ws[r] = p[0];
     } else {
         Aan::line<N>(p, ws, 1);
     }
-    return Pass1::kWorkspace;
+    return narrow ? Pass1::kNarrowWorkspace : Pass1::kWorkspace;
 }
 
 // Pass 1 into the workspace rows, skipping the coefficient rows that are zero: with rows 1..7 zero
@@ -106,22 +121,14 @@ template <bool kShort>
     const lanes::V rows23 = lanes::either(c[2], c[3]), rows45 = lanes::either(c[4], c[5]);
     const lanes::V rows67 = lanes::either(c[6], c[7]);
     const lanes::V any = lanes::either(lanes::either(c[0], c[1]), lanes::either(rows23, lanes::either(rows45, rows67)));
-    Pass1 pass1;
-    if (!lanes::is_zero(rows67)) {
-        pass1 = columns_of<8, kShort>(c, multipliers, ws);
-    } else if (!lanes::is_zero(rows45)) {
-        pass1 = columns_of<6, kShort>(c, multipliers, ws);
-    } else if (!lanes::is_zero(rows23)) {
-        pass1 = columns_of<4, kShort>(c, multipliers, ws);
-    } else if (!lanes::is_zero(c[1])) {
-        pass1 = columns_of<2, kShort>(c, multipliers, ws);
-    } else {
-        static constexpr int16_t kAc[8] = {0, -1, -1, -1, -1, -1, -1, -1};
-        if (lanes::is_zero(lanes::both(c[0], lanes::load(kAc)))) return Pass1::kDcOnly;
-        pass1 = columns_of<1, kShort>(c, multipliers, ws);
-    }
-    if (pass1 == Pass1::kWorkspace && lanes::high_half_zero(any)) return Pass1::kNarrowWorkspace;
-    return pass1;
+    const bool narrow = lanes::high_half_zero(any);
+    if (!lanes::is_zero(rows67)) return columns_of<8, kShort>(c, multipliers, narrow, ws);
+    if (!lanes::is_zero(rows45)) return columns_of<6, kShort>(c, multipliers, narrow, ws);
+    if (!lanes::is_zero(rows23)) return columns_of<4, kShort>(c, multipliers, narrow, ws);
+    if (!lanes::is_zero(c[1])) return columns_of<2, kShort>(c, multipliers, narrow, ws);
+    static constexpr int16_t kAc[8] = {0, -1, -1, -1, -1, -1, -1, -1};
+    if (lanes::is_zero(lanes::both(c[0], lanes::load(kAc)))) return Pass1::kDcOnly;
+    return columns_of<1, kShort>(c, multipliers, narrow, ws);
 }
 
 // Pass 2 over the transposed workspace, whose columns N..7 are zero: sums[k] holds sample k of

@@ -58,16 +58,22 @@ inline uint32_t sum_of_bytes(V a) {
     return static_cast<uint32_t>(vget_lane_u64(sum, 0));
 }
 
+// Lanes 0..3 of a, then lanes 0..3 of b; lanes 0..3 of a, or lanes 4..7 of a, then zeros.
+inline V low_halves(V a, V b) { return vcombine_s16(vget_low_s16(a), vget_low_s16(b)); }
+inline V low_half(V a) { return vcombine_s16(vget_low_s16(a), vdup_n_s16(0)); }
+inline V high_half(V a) { return vcombine_s16(vget_high_s16(a), vdup_n_s16(0)); }
+
 // The 32-bit multiply takes every table alike.
 inline constexpr bool kShortDequantisation = false;
 
-// Dequantised coefficient rows 0..N-1, lane i of row k (c_ki * q[8k + i], wrapped to 32 bits) >>
-// 10, saturated to 16 bits.
-template <int N, bool kShort, class Row>
-[[gnu::always_inline]] inline void dequantised_rows(const V (&c)[8], const int32_t *q, Row (&p)[8]) {
-    for (int k = 0; k < N; ++k) {
-        const int32x4_t low = vmulq_s32(vmovl_s16(vget_low_s16(c[k])), vld1q_s32(q + 8 * k));
-        const int32x4_t high = vmulq_s32(vmovl_s16(vget_high_s16(c[k])), vld1q_s32(q + 8 * k + 4));
+// Registers 0..kCount-1 of coefficients dequantised, register k taking its lanes 0..3 from
+// q + kStride k and its lanes 4..7 from q + kStride k + kHalf (whole rows: 8 and 4): lane i
+// (c_i * q_i, wrapped to 32 bits) >> 10, saturated to 16 bits.
+template <int kCount, int kStride, int kHalf, bool kShort, class Row>
+[[gnu::always_inline]] inline void dequantised(const V *c, const int32_t *q, Row (&p)[8]) {
+    for (int k = 0; k < kCount; ++k) {
+        const int32x4_t low = vmulq_s32(vmovl_s16(vget_low_s16(c[k])), vld1q_s32(q + kStride * k));
+        const int32x4_t high = vmulq_s32(vmovl_s16(vget_high_s16(c[k])), vld1q_s32(q + kStride * k + kHalf));
         p[k] = vcombine_s16(vqshrn_n_s32(low, 10), vqshrn_n_s32(high, 10));
     }
 }

@@ -56,7 +56,7 @@ inline uint32_t sum_of_bytes(V a) {
 
 // Four products c_i * q_i wrapped to 32 bits, for the signed c_0..c_3 of c and q_0..q_3 at q, in
 // their own lanes. The unsigned 32 x 32 -> 64-bit multiply takes lanes 0 and 2; q + 1 gives q_1
-// and q_3 there, unless q_4 is not to be read.
+// and q_3 there, unless q[4] is not to be read.
 template <bool kQ4Readable>
 inline __m128i products4(__m128i c, const int32_t *q) {
     const __m128i q0123 = _mm_loadu_si128(reinterpret_cast<const __m128i *>(q));
@@ -67,46 +67,55 @@ inline __m128i products4(__m128i c, const int32_t *q) {
     return _mm_shuffle_epi32(products0213, 0xD8);
 }
 
-// Lane i: (c_i * q[i], wrapped to 32 bits) >> 10, saturated to 16 bits. kLastRow: q[8] is past
-// the table.
-template <bool kLastRow>
-inline V dequantised(V c, const int32_t *q) {
+// Lanes 0..3 of a, then lanes 0..3 of b; lanes 0..3 of a, or lanes 4..7 of a, then zeros.
+inline V low_halves(V a, V b) { return _mm_unpacklo_epi64(a, b); }
+inline V low_half(V a) { return _mm_move_epi64(a); }
+inline V high_half(V a) { return _mm_unpackhi_epi64(a, _mm_setzero_si128()); }
+
+// Lane i: (c_i * q_i, wrapped to 32 bits) >> 10, saturated to 16 bits, for q_0..q_3 at low and
+// q_4..q_7 at high. kPastHighReadable: high[4] may be read.
+template <bool kPastHighReadable>
+inline V dequantised(V c, const int32_t *low, const int32_t *high) {
     const __m128i c0123 = _mm_srai_epi32(_mm_unpacklo_epi16(c, c), 16);
     const __m128i c4567 = _mm_srai_epi32(_mm_unpackhi_epi16(c, c), 16);
-    return _mm_packs_epi32(_mm_srai_epi32(products4<true>(c0123, q), 10),
-                           _mm_srai_epi32(products4<!kLastRow>(c4567, q + 4), 10));
+    return _mm_packs_epi32(_mm_srai_epi32(products4<true>(c0123, low), 10),
+                           _mm_srai_epi32(products4<kPastHighReadable>(c4567, high), 10));
 }
 
-// The same for a multiplier m * 1024 with m in 0..32767, the tables decoders build: q << 6 holds m
+// The same for multipliers m * 1024 with m in 0..32767, the tables decoders build: q << 6 holds m
 // in its high half and zero in its low half, so the multiply-add of the pairs (c_i, c_i) and
 // (0, m_i) is the exact product c_i * m_i. table_bits collects the multipliers' bits.
-inline V dequantised_short(V c, const int32_t *q, __m128i &table_bits) {
-    const __m128i q0123 = _mm_loadu_si128(reinterpret_cast<const __m128i *>(q));
-    const __m128i q4567 = _mm_loadu_si128(reinterpret_cast<const __m128i *>(q + 4));
+inline V dequantised_short(V c, const int32_t *low, const int32_t *high, __m128i &table_bits) {
+    const __m128i q0123 = _mm_loadu_si128(reinterpret_cast<const __m128i *>(low));
+    const __m128i q4567 = _mm_loadu_si128(reinterpret_cast<const __m128i *>(high));
     table_bits = _mm_or_si128(table_bits, _mm_or_si128(q0123, q4567));
     return _mm_packs_epi32(_mm_madd_epi16(_mm_unpacklo_epi16(c, c), _mm_slli_epi32(q0123, 6)),
                            _mm_madd_epi16(_mm_unpackhi_epi16(c, c), _mm_slli_epi32(q4567, 6)));
 }
 
-// Whether dequantised_rows<N, true> is worth a try: it serves most blocks.
+// Whether dequantised<..., true>() is worth a try: it serves most blocks.
 inline constexpr bool kShortDequantisation = true;
 
-// Dequantised coefficient rows 0..N-1, lane i of row k (c_ki * q[8k + i], wrapped to 32 bits) >>
-// 10, saturated to 16 bits. kShort: as far as the multipliers are m * 1024 with m in 0..32767;
-// where any is not, row 0 holds -32768 in a lane, which no block that fits in 16 bits holds.
-template <int N, bool kShort, class Row>
-[[gnu::always_inline]] inline void dequantised_rows(const V (&c)[8], const int32_t *q, Row (&p)[8]) {
+// Registers 0..kCount-1 of coefficients dequantised, register k taking its lanes 0..3 from
+// q + kStride k and its lanes 4..7 from q + kStride k + kHalf (whole rows: 8 and 4). kShort: as far
+// as the multipliers are m * 1024 with m in 0..32767; where any is not, register 0 holds -32768 in
+// a lane, which no block that fits in 16 bits holds.
+template <int kCount, int kStride, int kHalf, bool kShort, class Row>
+[[gnu::always_inline]] inline void dequantised(const V *c, const int32_t *q, Row (&p)[8]) {
     if (kShort) {
         __m128i table_bits = _mm_setzero_si128();
         #pragma GCC unroll 8
-        for (int k = 0; k < N; ++k) p[k] = dequantised_short(c[k], q + 8 * k, table_bits);
+        for (int k = 0; k < kCount; ++k) p[k] = dequantised_short(c[k], q + kStride * k, q + kStride * k + kHalf, table_bits);
         const __m128i stray = _mm_and_si128(table_bits, _mm_set1_epi32(static_cast<int32_t>(0xFE0003FFu)));
         const __m128i short_lanes = _mm_cmpeq_epi32(stray, _mm_setzero_si128());
         p[0] = _mm_min_epi16(p[0].v, _mm_xor_si128(short_lanes, _mm_set1_epi16(-32768)));
         return;
     }
     #pragma GCC unroll 8
-    for (int k = 0; k < N; ++k) p[k] = k == 7 ? dequantised<true>(c[k], q + 8 * k) : dequantised<false>(c[k], q + 8 * k);
+    for (int k = 0; k < kCount; ++k) {
+        const int32_t *low = q + kStride * k, *high = low + kHalf;
+        p[k] = kStride * k + kHalf + 4 < 64 ? dequantised<true>(c[k], low, high) : dequantised<false>(c[k], low, high);
+    }
 }
 
 // Registers r[0..7] as the rows of an 8 x 8 matrix, transposed in place.
