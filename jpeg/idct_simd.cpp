@@ -46,34 +46,51 @@ using Rows = Lanes[8];
 // K_k in 1/256.
 constexpr int kLineWeight[8] = {256, 256, 256, 302, 256, 452, 618, 1287};
 
-// K_k K_c / 128 in 1/65536, rounded up: (|p_kc| * kBlockWeight[k][c]) >> 16 is
+// K_k K_c / 128 in 1/65536, rounded up: (|p_kc| * block_weight(k, c)) >> 16 is
 // K_k K_c |p_kc| / 128, less by under 1.
-struct BlockWeights {
-    int16_t row[8][8];
-};
 constexpr int16_t block_weight(int k, int c) {
     return static_cast<int16_t>((kLineWeight[k] * kLineWeight[c] + 127) / 128);
 }
-// Row k, or with two rows to a register (their columns 0..3), rows 2j and 2j + 1 in row j.
-constexpr BlockWeights block_weights(bool paired) {
-    BlockWeights w{};
-    for (int k = 0; k < 8; ++k)
-        for (int i = 0; i < 8; ++i) w.row[k][i] = paired ? (k < 4 ? block_weight(2 * k + i / 4, i % 4) : 0) : block_weight(k, i);
-    return w;
+
+// How coefficient rows go into registers to be dequantised and bounded: whole, or, where their
+// columns 4..7 are zero, two to a register (columns 0..3 of each). Register k takes its lanes
+// 0..3 from natural position low[k] on, and its lanes 4..7 from high[k] on; weight[k] holds the
+// bound's weights for its lanes.
+struct Layout {
+    int registers = 0;
+    int low[8]{}, high[8]{};
+    int16_t weight[8][8]{};
+
+    constexpr bool paired(int k) const { return high[k] != low[k] + 4; }
+};
+
+// Rows 0..rows-1, whole up to row paired_from and in pairs from there (rows 0 and 1 of a block
+// with only row 0 non-zero).
+constexpr Layout layout(int rows, int paired_from) {
+    Layout l;
+    for (int r = 0; r < rows; ++l.registers) {
+        const int k = l.registers;
+        l.low[k] = 8 * r;
+        l.high[k] = r >= paired_from ? 8 * r + 8 : 8 * r + 4;
+        for (int i = 0; i < 8; ++i) {
+            const int at = i < 4 ? l.low[k] + i : l.high[k] + i - 4;
+            l.weight[k][i] = block_weight(at / 8, at % 8);
+        }
+        r += l.paired(k) ? 2 : 1;
+    }
+    return l;
 }
-constexpr BlockWeights kBlockWeight = block_weights(false), kPairWeight = block_weights(true);
 
 // With the sum of those terms over the block at most this, T < 128 * (159 + 64) = 28544, so that
 // T + 47 + 4096 < 32768. Below 255, so that the sum can take each lane as at most 255.
 constexpr uint32_t kWeightedLimit = 159;
 
-// Whether a block with dequantised registers p[0..N-1] (the rest zero), weighted as w says, stays
-// exact in 16 bits.
+// Whether a block with dequantised registers d[0..N-1] (the rest zero) stays exact in 16 bits.
 template <int N>
-[[gnu::always_inline]] inline bool block_fits(const Rows &p, const BlockWeights &w) {
-    lanes::V sum = lanes::weighted_magnitude(p[0].v, lanes::load(w.row[0]));
+[[gnu::always_inline]] inline bool block_fits(const Rows &d, const int16_t (&weight)[8][8]) {
+    lanes::V sum = lanes::weighted_magnitude(d[0].v, lanes::load(weight[0]));
     #pragma GCC unroll 8
-    for (int k = 1; k < N; ++k) sum = lanes::add_saturated(sum, lanes::weighted_magnitude(p[k].v, lanes::load(w.row[k])));
+    for (int k = 1; k < N; ++k) sum = lanes::add_saturated(sum, lanes::weighted_magnitude(d[k].v, lanes::load(weight[k])));
     return lanes::sum_of_bytes(sum) <= kWeightedLimit;
 }
 
@@ -82,25 +99,28 @@ template <int N>
 // multipliers it does not take).
 enum class Pass1 { kDcOnly, kWorkspace, kNarrowWorkspace, kTooLarge };
 
-// The column transform of coefficient rows 0..N-1 (the rest zero), or kTooLarge. A narrow block's
-// rows go two to a register to be dequantised and bounded.
-template <int N, bool kShort>
-[[gnu::always_inline]] inline Pass1 columns_of(const lanes::V (&c)[8], const int32_t *multipliers, bool narrow,
-                                               Rows &ws) {
+// The column transform of coefficient rows 0..N-1 (the rest zero), their columns 4..7 zero from
+// row kPairedFrom on, or kTooLarge.
+template <int N, bool kShort, int kPairedFrom>
+[[gnu::always_inline]] inline Pass1 columns_in(const lanes::V (&c)[8], const int32_t *multipliers, Rows &ws) {
+    static constexpr Layout kLayout = layout(N, kPairedFrom);
+    constexpr int kRegisters = kLayout.registers;
+    lanes::V in[8];
+    #pragma GCC unroll 8
+    for (int k = 0; k < kRegisters; ++k) {
+        in[k] = kLayout.paired(k) ? lanes::low_halves(c[kLayout.low[k] / 8], c[kLayout.high[k] / 8]) : c[kLayout.low[k] / 8];
+    }
+    Rows d;
+    lanes::dequantised<kRegisters, kShort>(in, multipliers, kLayout.low, kLayout.high, d);
+    if (!block_fits<kRegisters>(d, kLayout.weight)) return Pass1::kTooLarge;
     Rows p;
-    if (narrow) {
-        constexpr int kPairs = (N + 1) / 2;
-        lanes::V c2[kPairs];
-        #pragma GCC unroll 4
-        for (int j = 0; j < kPairs; ++j) c2[j] = lanes::low_halves(c[2 * j], c[2 * j + 1]);
-        Rows pairs;
-        lanes::dequantised<kPairs, 16, 8, kShort>(c2, multipliers, pairs);
-        if (!block_fits<kPairs>(pairs, kPairWeight)) return Pass1::kTooLarge;
-        #pragma GCC unroll 4
-        for (int j = 0; j < kPairs; ++j) p[2 * j] = lanes::low_half(pairs[j].v), p[2 * j + 1] = lanes::high_half(pairs[j].v);
-    } else {
-        lanes::dequantised<N, 8, 4, kShort>(c, multipliers, p);
-        if (!block_fits<N>(p, kBlockWeight)) return Pass1::kTooLarge;
+    #pragma GCC unroll 8
+    for (int k = 0; k < kRegisters; ++k) {
+        if (kLayout.paired(k)) {
+            p[kLayout.low[k] / 8] = lanes::low_half(d[k].v), p[kLayout.high[k] / 8] = lanes::high_half(d[k].v);
+        } else {
+            p[kLayout.low[k] / 8] = d[k];
+        }
     }
     if (N == 1) {
         #pragma GCC unroll 8
@@ -108,7 +128,17 @@ template <int N, bool kShort>
     } else {
         Aan::line<N>(p, ws, 1);
     }
-    return narrow ? Pass1::kNarrowWorkspace : Pass1::kWorkspace;
+    return kPairedFrom == 0 ? Pass1::kNarrowWorkspace : Pass1::kWorkspace;
+}
+
+// The same with the layout that the block's zeros allow: all rows in pairs when its columns 4..7
+// are zero, rows 4.. in pairs when theirs are (bottom: rows 4..7 together).
+template <int N, bool kShort>
+[[gnu::always_inline]] inline Pass1 columns_of(const lanes::V (&c)[8], const int32_t *multipliers, bool narrow,
+                                               lanes::V bottom, Rows &ws) {
+    if (narrow) return columns_in<N, kShort, 0>(c, multipliers, ws);
+    if (N > 4 && lanes::high_half_zero(bottom)) return columns_in<N, kShort, 4>(c, multipliers, ws);
+    return columns_in<N, kShort, 8>(c, multipliers, ws);
 }
 
 // Pass 1 into the workspace rows, skipping the coefficient rows that are zero: with rows 1..7 zero
@@ -122,13 +152,14 @@ template <bool kShort>
     const lanes::V rows67 = lanes::either(c[6], c[7]);
     const lanes::V any = lanes::either(lanes::either(c[0], c[1]), lanes::either(rows23, lanes::either(rows45, rows67)));
     const bool narrow = lanes::high_half_zero(any);
-    if (!lanes::is_zero(rows67)) return columns_of<8, kShort>(c, multipliers, narrow, ws);
-    if (!lanes::is_zero(rows45)) return columns_of<6, kShort>(c, multipliers, narrow, ws);
-    if (!lanes::is_zero(rows23)) return columns_of<4, kShort>(c, multipliers, narrow, ws);
-    if (!lanes::is_zero(c[1])) return columns_of<2, kShort>(c, multipliers, narrow, ws);
+    const lanes::V bottom = lanes::either(rows45, rows67);
+    if (!lanes::is_zero(rows67)) return columns_of<8, kShort>(c, multipliers, narrow, bottom, ws);
+    if (!lanes::is_zero(rows45)) return columns_of<6, kShort>(c, multipliers, narrow, bottom, ws);
+    if (!lanes::is_zero(rows23)) return columns_of<4, kShort>(c, multipliers, narrow, bottom, ws);
+    if (!lanes::is_zero(c[1])) return columns_of<2, kShort>(c, multipliers, narrow, bottom, ws);
     static constexpr int16_t kAc[8] = {0, -1, -1, -1, -1, -1, -1, -1};
     if (lanes::is_zero(lanes::both(c[0], lanes::load(kAc)))) return Pass1::kDcOnly;
-    return columns_of<1, kShort>(c, multipliers, narrow, ws);
+    return columns_of<1, kShort>(c, multipliers, narrow, bottom, ws);
 }
 
 // Pass 2 over the transposed workspace, whose columns N..7 are zero: sums[k] holds sample k of

@@ -66,15 +66,16 @@ inline V high_half(V a) { return vcombine_s16(vget_high_s16(a), vdup_n_s16(0)); 
 // The 32-bit multiply takes every table alike.
 inline constexpr bool kShortDequantisation = false;
 
-// Registers 0..kCount-1 of coefficients dequantised, register k taking its lanes 0..3 from
-// q + kStride k and its lanes 4..7 from q + kStride k + kHalf (whole rows: 8 and 4): lane i
-// (c_i * q_i, wrapped to 32 bits) >> 10, saturated to 16 bits.
-template <int kCount, int kStride, int kHalf, bool kShort, class Row>
-[[gnu::always_inline]] inline void dequantised(const V *c, const int32_t *q, Row (&p)[8]) {
+// Registers 0..kCount-1 of coefficients dequantised, register k taking its lanes 0..3 from the
+// 64 multipliers at q + low[k] and its lanes 4..7 from q + high[k]: lane i (c_i * q_i, wrapped to
+// 32 bits) >> 10, saturated to 16 bits.
+template <int kCount, bool kShort, class Row>
+[[gnu::always_inline]] inline void dequantised(const V *c, const int32_t *q, const int (&low)[8], const int (&high)[8],
+                                               Row (&p)[8]) {
     for (int k = 0; k < kCount; ++k) {
-        const int32x4_t low = vmulq_s32(vmovl_s16(vget_low_s16(c[k])), vld1q_s32(q + kStride * k));
-        const int32x4_t high = vmulq_s32(vmovl_s16(vget_high_s16(c[k])), vld1q_s32(q + kStride * k + kHalf));
-        p[k] = vcombine_s16(vqshrn_n_s32(low, 10), vqshrn_n_s32(high, 10));
+        const int32x4_t low_products = vmulq_s32(vmovl_s16(vget_low_s16(c[k])), vld1q_s32(q + low[k]));
+        const int32x4_t high_products = vmulq_s32(vmovl_s16(vget_high_s16(c[k])), vld1q_s32(q + high[k]));
+        p[k] = vcombine_s16(vqshrn_n_s32(low_products, 10), vqshrn_n_s32(high_products, 10));
     }
 }
 

@@ -57,10 +57,9 @@ inline uint32_t sum_of_bytes(V a) {
 // Four products c_i * q_i wrapped to 32 bits, for the signed c_0..c_3 of c and q_0..q_3 at q, in
 // their own lanes. The unsigned 32 x 32 -> 64-bit multiply takes lanes 0 and 2; q + 1 gives q_1
 // and q_3 there, unless q[4] is not to be read.
-template <bool kQ4Readable>
-inline __m128i products4(__m128i c, const int32_t *q) {
+inline __m128i products4(__m128i c, const int32_t *q, bool q4_readable) {
     const __m128i q0123 = _mm_loadu_si128(reinterpret_cast<const __m128i *>(q));
-    const __m128i q1x3x = kQ4Readable ? _mm_loadu_si128(reinterpret_cast<const __m128i *>(q + 1)) : _mm_srli_epi64(q0123, 32);
+    const __m128i q1x3x = q4_readable ? _mm_loadu_si128(reinterpret_cast<const __m128i *>(q + 1)) : _mm_srli_epi64(q0123, 32);
     const __m128i even = _mm_mul_epu32(c, q0123);
     const __m128i odd = _mm_mul_epu32(_mm_srli_epi64(c, 32), q1x3x);
     const __m128i products0213 = _mm_castps_si128(_mm_shuffle_ps(_mm_castsi128_ps(even), _mm_castsi128_ps(odd), 0x88));
@@ -73,13 +72,12 @@ inline V low_half(V a) { return _mm_move_epi64(a); }
 inline V high_half(V a) { return _mm_unpackhi_epi64(a, _mm_setzero_si128()); }
 
 // Lane i: (c_i * q_i, wrapped to 32 bits) >> 10, saturated to 16 bits, for q_0..q_3 at low and
-// q_4..q_7 at high. kPastHighReadable: high[4] may be read.
-template <bool kPastHighReadable>
-inline V dequantised(V c, const int32_t *low, const int32_t *high) {
+// q_4..q_7 at high; high[4] may be read if past_high_readable.
+inline V dequantised(V c, const int32_t *low, const int32_t *high, bool past_high_readable) {
     const __m128i c0123 = _mm_srai_epi32(_mm_unpacklo_epi16(c, c), 16);
     const __m128i c4567 = _mm_srai_epi32(_mm_unpackhi_epi16(c, c), 16);
-    return _mm_packs_epi32(_mm_srai_epi32(products4<true>(c0123, low), 10),
-                           _mm_srai_epi32(products4<kPastHighReadable>(c4567, high), 10));
+    return _mm_packs_epi32(_mm_srai_epi32(products4(c0123, low, true), 10),
+                           _mm_srai_epi32(products4(c4567, high, past_high_readable), 10));
 }
 
 // The same for multipliers m * 1024 with m in 0..32767, the tables decoders build: q << 6 holds m
@@ -96,26 +94,24 @@ inline V dequantised_short(V c, const int32_t *low, const int32_t *high, __m128i
 // Whether dequantised<..., true>() is worth a try: it serves most blocks.
 inline constexpr bool kShortDequantisation = true;
 
-// Registers 0..kCount-1 of coefficients dequantised, register k taking its lanes 0..3 from
-// q + kStride k and its lanes 4..7 from q + kStride k + kHalf (whole rows: 8 and 4). kShort: as far
-// as the multipliers are m * 1024 with m in 0..32767; where any is not, register 0 holds -32768 in
-// a lane, which no block that fits in 16 bits holds.
-template <int kCount, int kStride, int kHalf, bool kShort, class Row>
-[[gnu::always_inline]] inline void dequantised(const V *c, const int32_t *q, Row (&p)[8]) {
+// Registers 0..kCount-1 of coefficients dequantised, register k taking its lanes 0..3 from the
+// 64 multipliers at q + low[k] and its lanes 4..7 from q + high[k]. kShort: as far as the
+// multipliers are m * 1024 with m in 0..32767; where any is not, register 0 holds -32768 in a
+// lane, which no block that fits in 16 bits holds.
+template <int kCount, bool kShort, class Row>
+[[gnu::always_inline]] inline void dequantised(const V *c, const int32_t *q, const int (&low)[8], const int (&high)[8],
+                                               Row (&p)[8]) {
     if (kShort) {
         __m128i table_bits = _mm_setzero_si128();
         #pragma GCC unroll 8
-        for (int k = 0; k < kCount; ++k) p[k] = dequantised_short(c[k], q + kStride * k, q + kStride * k + kHalf, table_bits);
+        for (int k = 0; k < kCount; ++k) p[k] = dequantised_short(c[k], q + low[k], q + high[k], table_bits);
         const __m128i stray = _mm_and_si128(table_bits, _mm_set1_epi32(static_cast<int32_t>(0xFE0003FFu)));
         const __m128i short_lanes = _mm_cmpeq_epi32(stray, _mm_setzero_si128());
         p[0] = _mm_min_epi16(p[0].v, _mm_xor_si128(short_lanes, _mm_set1_epi16(-32768)));
         return;
     }
     #pragma GCC unroll 8
-    for (int k = 0; k < kCount; ++k) {
-        const int32_t *low = q + kStride * k, *high = low + kHalf;
-        p[k] = kStride * k + kHalf + 4 < 64 ? dequantised<true>(c[k], low, high) : dequantised<false>(c[k], low, high);
-    }
+    for (int k = 0; k < kCount; ++k) p[k] = dequantised(c[k], q + low[k], q + high[k], high[k] + 4 < 64);
 }
 
 // Registers r[0..7] as the rows of an 8 x 8 matrix, transposed in place.
