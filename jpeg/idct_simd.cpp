@@ -208,23 +208,16 @@ inline uint8_t dc_sample(const uint8_t *range_limit, const int32_t *multipliers,
 }
 
 // The four rows of half-size samples: output column i (one output row per lane) averages the
-// samples of columns 2i and 2i + 1.
+// samples of columns 2i and 2i + 1, clamped first.
 [[gnu::always_inline]] inline void write_half(const Rows &sums, uint8_t **output_rows, uint32_t output_column) {
-    lanes::V out[8];
+    auto samples = [&sums](int a, int b) {
+        return lanes::narrow_unsigned(unclamped_sample(sums[a]), unclamped_sample(sums[b]));
+    };
+    const lanes::Bytes columns02 = lanes::half_sum_bytes(samples(0, 4), samples(1, 5));
+    const lanes::Bytes columns13 = lanes::half_sum_bytes(samples(2, 6), samples(3, 7));
+    const lanes::Bytes rows = lanes::rows_of_four(columns02, columns13);
     #pragma GCC unroll 4
-    for (int i = 0; i < 4; ++i) {
-        out[i] = lanes::half_sum(lanes::clamped(unclamped_sample(sums[2 * i]), 0, 255),
-                                 lanes::clamped(unclamped_sample(sums[2 * i + 1]), 0, 255));
-    }
-    #pragma GCC unroll 4
-    for (int i = 4; i < 8; ++i) out[i] = lanes::splat(0);
-    lanes::transpose(out);
-    #pragma GCC unroll 2
-    for (int j = 0; j < 4; j += 2) {
-        const lanes::Bytes pair = lanes::narrow_unsigned(out[j], out[j + 1]);
-        lanes::store4(output_rows[j] + output_column, pair, 0);
-        lanes::store4(output_rows[j + 1] + output_column, pair, 2);
-    }
+    for (int j = 0; j < 4; ++j) lanes::store4(output_rows[j] + output_column, rows, j);
 }
 
 // A full-size (kSize 8) or half-size (kSize 4) block, or false when the block does not fit in 16

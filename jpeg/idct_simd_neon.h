@@ -28,7 +28,6 @@ inline V shift_right(V a) { return vshrq_n_s16(a, N); }
 // a * (k / 2), which cannot saturate.
 inline V mul_low(V a, int16_t k) { return vmulq_n_s16(a, k); }
 inline V mul_high(V a, int16_t k) { return vqdmulhq_n_s16(a, static_cast<int16_t>(k / 2)); }
-inline V clamped(V a, int16_t low, int16_t high) { return vminq_s16(vmaxq_s16(a, vdupq_n_s16(low)), vdupq_n_s16(high)); }
 
 // (a + b) >> 1 without overflow.
 inline V half_sum(V a, V b) { return vhaddq_s16(a, b); }
@@ -104,6 +103,16 @@ inline void transpose(V (&r)[8]) {
 
 // Lanes of a, then lanes of b, each clamped to 0..255.
 inline Bytes narrow_unsigned(V a, V b) { return vcombine_u8(vqmovun_s16(a), vqmovun_s16(b)); }
+
+// (a + b) >> 1 byte by byte.
+inline Bytes half_sum_bytes(Bytes a, Bytes b) { return vhaddq_u8(a, b); }
+
+// Four columns of bytes (lane j: row j), columns 0 and 2 in the halves of columns02, 1 and 3 in
+// those of columns13, as rows 0..3 of four bytes each.
+inline Bytes rows_of_four(Bytes columns02, Bytes columns13) {
+    const uint8x16x2_t pairs = vzipq_u8(columns02, columns13);
+    return vreinterpretq_u8_u16(vzipq_u16(vreinterpretq_u16_u8(pairs.val[0]), vreinterpretq_u16_u8(pairs.val[1])).val[0]);
+}
 
 // Eight registers of an 8 x 8 block, one column each (lane r: row r), as rows of bytes clamped to
 // 0..255: rows 2j and 2j + 1 in the low and high halves of row_pairs[j].

@@ -28,9 +28,6 @@ inline V shift_right(V a) { return _mm_srai_epi16(a, N); }
 // a * k wrapped to 16 bits, and (a * k) >> 16, exact; k even.
 inline V mul_low(V a, int16_t k) { return _mm_mullo_epi16(a, _mm_set1_epi16(k)); }
 inline V mul_high(V a, int16_t k) { return _mm_mulhi_epi16(a, _mm_set1_epi16(k)); }
-inline V clamped(V a, int16_t low, int16_t high) {
-    return _mm_min_epi16(_mm_max_epi16(a, _mm_set1_epi16(low)), _mm_set1_epi16(high));
-}
 
 // (a + b) >> 1 without overflow.
 inline V half_sum(V a, V b) { return _mm_add_epi16(_mm_and_si128(a, b), _mm_srai_epi16(_mm_xor_si128(a, b), 1)); }
@@ -132,6 +129,17 @@ inline void transpose(V (&r)[8]) {
 
 // Lanes of a, then lanes of b, each clamped to 0..255.
 inline Bytes narrow_unsigned(V a, V b) { return _mm_packus_epi16(a, b); }
+
+// (a + b) >> 1 byte by byte.
+inline Bytes half_sum_bytes(Bytes a, Bytes b) {
+    return _mm_sub_epi8(_mm_avg_epu8(a, b), _mm_and_si128(_mm_xor_si128(a, b), _mm_set1_epi8(1)));
+}
+
+// Four columns of bytes (lane j: row j), columns 0 and 2 in the halves of columns02, 1 and 3 in
+// those of columns13, as rows 0..3 of four bytes each.
+inline Bytes rows_of_four(Bytes columns02, Bytes columns13) {
+    return _mm_unpacklo_epi16(_mm_unpacklo_epi8(columns02, columns13), _mm_unpackhi_epi8(columns02, columns13));
+}
 
 // Eight registers of an 8 x 8 block, one column each (lane r: row r), as rows of bytes clamped to
 // 0..255: rows 2j and 2j + 1 in the low and high halves of row_pairs[j].
