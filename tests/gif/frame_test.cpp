@@ -141,7 +141,8 @@ TEST(GifFrames, OutputSizeThroughTheFramework) {
 
     const Bytes row = random_indexes(200, 256, 4);
     GifSession doubled(GifBuilder(100, 2, test_palette(256)).image(0, 0, 100, 2, row).bytes(), KOVRADALT_FORMAT_INDEX8, 1, false);
-    EXPECT_EQ(KOVRADALTI_SetGIF_SKIA(nullptr, 3, 5) + KOVRADALTI_SetGIF_SKIA(doubled.dec(), 0, 5), 0);
+    EXPECT_EQ(KOVRADALTI_SetGIF_SKIA(nullptr, 3, 5) + KOVRADALTI_SetGIF_SKIA(doubled.dec(), 0, 5) + DALTI_InitializeGIF_SKIA(nullptr, 3, 5), 0);
+    EXPECT_EQ(KOVRADALTI_SetGIF_SKIA(doubled.dec(), 1, 1), 1);
     ASSERT_EQ(KOVRADALTI_SetGIF_SKIA(doubled.dec(), 200, 4), 1);
     EXPECT_EQ(doubled.gif()->one_to_one, 0u);
     Bytes indexes(800, kU), expected;
