@@ -3,7 +3,7 @@
 #include "jpeg/range_limit.h"
 
 #include <array>
-#include <atomic>
+#include <cstring>
 
 namespace kovra::jpeg {
 namespace {
@@ -27,26 +27,10 @@ constexpr std::array<uint8_t, kRangeLimitSize> kTable = make_range_limit();
 
 const uint8_t *sample_range_limit() { return kTable.data() + kRangeLimitBelow; }
 
-namespace {
-
-bool holds_plain_clamp(const uint8_t *idct_table) {
-    for (int32_t i = kAanIndexMin; i <= kAanIndexMax; ++i) {
-        if (idct_table[i] != clamped(i + kIdctLevelShift)) return false;
-    }
-    return true;
-}
-
-// The last table found to hold the clamp, besides the library's own.
-std::atomic<const uint8_t *> last_plain_table{nullptr};
-
-}  // namespace
-
 bool idct_table_is_plain_clamp(const uint8_t *idct_table) {
-    if (idct_table == sample_range_limit() + kIdctLevelShift) return true;
-    if (idct_table == last_plain_table.load(std::memory_order_relaxed)) return true;
-    if (!holds_plain_clamp(idct_table)) return false;
-    last_plain_table.store(idct_table, std::memory_order_relaxed);
-    return true;
+    const uint8_t *own = sample_range_limit() + kIdctLevelShift;
+    return idct_table == own ||
+           std::memcmp(idct_table + kAanIndexMin, own + kAanIndexMin, kAanIndexMax - kAanIndexMin + 1) == 0;
 }
 
 }  // namespace kovra::jpeg

@@ -37,10 +37,9 @@ const uint8_t *sample_range_limit();
 
 // Whether an inverse DCT's table (a table pointer + kIdctLevelShift) holds the plain clamp over
 // every index the AAN members reach, as the library's own does: the vector versions compute that
-// clamp rather than look it up, so they serve only such tables. A table is checked the first time
-// its address is seen and remembered by address (one at a time), so the check costs one compare per
-// block on a decode; a caller that rewrites a table in place after using it must not expect the
-// new contents to be read.
+// clamp rather than look it up, so they serve only such tables. The library's own table is known by
+// its address; any other is compared whole on every call (a host may free a table and build a
+// different one at the same address), so a caller's table costs one 1 KB compare per block.
 bool idct_table_is_plain_clamp(const uint8_t *idct_table);
 
 // The AAN members' index for a sum that carries 5 fraction bits: sum >> 5, clamped.
