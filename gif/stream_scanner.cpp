@@ -11,7 +11,7 @@
 // table (info->frame_delays), which outlives the call and belongs to the image-information record.
 // When the caller passes no record, a private one is used and its table freed before returning.
 //
-// Delay rules, all deliberate and pinned by tests:
+// Delay rules (`delay-rules` and the extension rules in gif/quirks.md), all deliberate:
 //   * a graphic control delay is hundredths of a second times 10; below 30 ms it becomes the
 //     caller's default delay;
 //   * a graphic control extension fills the table slot of the image that follows it; two before
