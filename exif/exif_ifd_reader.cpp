@@ -1,6 +1,7 @@
 // The EXIF IFD reader: camera and exposure fields of the record (words 16..37), each only with the
 // type and count below. The aperture, brightness, subject-distance, metering and light-source tags
-// (37378, 37379, 37381..37384) are deliberately passed over, as is everything unlisted.
+// (37378, 37379, 37381..37384) are deliberately passed over, as is everything unlisted
+// (`passed-over-tags` in exif/quirks.md).
 //   33434 ExposureTime, 33437 FNumber, 37386 FocalLength, 41988 DigitalZoomRatio  RATIONAL 1
 //   37377 ShutterSpeedValue, 37380 ExposureBiasValue                              SRATIONAL 1
 //   37385 Flash, 40961 ColorSpace, 41986 ExposureMode, 41987 WhiteBalance         SHORT 1
