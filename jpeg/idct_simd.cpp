@@ -265,11 +265,14 @@ template <int kSize, bool kShort>
 const uint8_t *const kOwnTable = sample_range_limit() + kIdctLevelShift;
 
 // Every block that the common path refused: with a table that holds the plain clamp, the vector
-// version with the 32-bit products; otherwise, or where that refuses too, the scalar core.
+// version with the 32-bit products, unless the common path has just run that very version (the
+// library's own table where there is no short dequantisation); otherwise, or where that refuses
+// too, the scalar core.
 template <int kSize>
 [[gnu::noinline]] void refused_block(const uint8_t *range_limit, const int32_t *multipliers,
                                      const int16_t *coefficients, uint8_t **output_rows, uint32_t output_column) {
-    if (idct_table_is_plain_clamp(range_limit) &&
+    const bool already_tried = range_limit == kOwnTable && !lanes::kShortDequantisation;
+    if (!already_tried && idct_table_is_plain_clamp(range_limit) &&
         vector_block<kSize, false>(range_limit, multipliers, coefficients, output_rows, output_column)) {
         return;
     }
