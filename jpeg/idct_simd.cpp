@@ -157,9 +157,8 @@ template <bool kShort>
     for (int k = 0; k < 8; ++k) c[k] = lanes::load(coefficients + 8 * k);
     const lanes::V rows23 = lanes::either(c[2], c[3]), rows45 = lanes::either(c[4], c[5]);
     const lanes::V rows67 = lanes::either(c[6], c[7]);
-    const lanes::V any = lanes::either(lanes::either(c[0], c[1]), lanes::either(rows23, lanes::either(rows45, rows67)));
-    const bool narrow = lanes::high_half_zero(any);
     const lanes::V bottom = lanes::either(rows45, rows67);
+    const bool narrow = lanes::high_half_zero(lanes::either(lanes::either(c[0], c[1]), lanes::either(rows23, bottom)));
     if (!lanes::is_zero(rows67)) return columns_of<8, kShort>(c, multipliers, narrow, bottom, ws);
     if (!lanes::is_zero(rows45)) return columns_of<6, kShort>(c, multipliers, narrow, bottom, ws);
     if (!lanes::is_zero(rows23)) return columns_of<4, kShort>(c, multipliers, narrow, bottom, ws);
