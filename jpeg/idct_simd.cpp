@@ -6,10 +6,10 @@
 // that a lane is a workspace row for pass 2, and the sums are transposed back into output rows.
 // The half-size output averages pairs of workspace rows before the transpose, and pairs of
 // samples after the range limit, as the scalar core does. Pass 1 reads the coefficient rows up to
-// the last pair that holds anything; a block whose rows 1..7 are zero skips the column transform,
-// which would leave each column's DC term in all eight rows, and one with only its DC term skips
-// both passes. Rows whose columns 4..7 are zero (every row of most blocks of a photograph) are
-// dequantised and bounded two to a register.
+// the last pair that holds anything (the one-input transform of a block whose rows 1..7 are zero
+// folds to copies of row 0), and a block with only its DC term skips both passes. Rows whose
+// columns 4..7 are zero (every row of most blocks of a photograph) are dequantised and bounded two
+// to a register.
 //
 // Dequantisation: the multipliers decoders build are m * 1024 with m in 0..32767, for which
 // (c * q) >> 10 is c * m, one multiply-add of 16-bit pairs per four lanes. The common path takes
@@ -129,12 +129,7 @@ template <int N, bool kShort, int kPairedFrom>
             p[kLayout.low[k] / 8] = d[k];
         }
     }
-    if (N == 1) {
-        #pragma GCC unroll 8
-        for (int r = 0; r < 8; ++r) ws[r] = p[0];
-    } else {
-        Aan::line<N>(p, ws, 1);
-    }
+    Aan::line<N>(p, ws, 1);
     return kPairedFrom == 0 ? Pass1::kNarrowWorkspace : Pass1::kWorkspace;
 }
 
@@ -148,8 +143,7 @@ template <int N, bool kShort>
     return columns_in<N, kShort, 8>(c, multipliers, ws);
 }
 
-// Pass 1 into the workspace rows, skipping the coefficient rows that are zero: with rows 1..7 zero
-// every column holds its DC term only, which the transform would leave in all eight rows.
+// Pass 1 into the workspace rows, skipping the coefficient rows that are zero.
 template <bool kShort>
 [[gnu::always_inline]] inline Pass1 columns(const int16_t *coefficients, const int32_t *multipliers, Rows &ws) {
     lanes::V c[8];
