@@ -59,54 +59,28 @@ void upsample(DALTJ_DecoderInfo *ctx, uint32_t *rowsOut, uint32_t rowsAvail) {
     }
 }
 
-// One thread's decoder over one component: its own source (caller memory, or an open file),
-// window, read buffer and context-row controller.
-struct ThreadDecoder {
+// One thread's decoder: the MCU row scene over one component with its own source (caller
+// memory, or an open file), window, read buffer and entropy state.
+struct ThreadDecoder : McuScene {
     FILE *file = nullptr;
     KOVRADALT_IO *io = nullptr;
     std::vector<uint8_t> readBuffer = std::vector<uint8_t>(KOVRADALT_WINDOW_CAPACITY);
     DALTJ_ByteWindow window{};
     DALTJ_HuffState huff{};
     DALTJ_BitReader bits{};
-    int16_t block[64]{};
-    DALTJ_CoefController coef{};
-    DALTJ_ComponentInfo component{};
-    uint8_t sampleRow[64]{};
-    std::vector<uint8_t *> rowLists[2];
-    uint8_t **componentLists[2][1]{};
-    DALTJ_MainController main{};
-    KOVRADALT_DecInfo record{};
-    DALTJ_DecoderInfo ctx{};
 
-    ThreadDecoder(int32_t kind, std::vector<uint8_t> &bytes, uint8_t *image, int32_t outputHeight) {
+    ThreadDecoder(int32_t kind, std::vector<uint8_t> &bytes, uint8_t *image, int32_t outputHeight)
+        : McuScene({1}, static_cast<uint16_t>(outputHeight), kMcuRows) {
         const auto size = static_cast<int32_t>(bytes.size());
         if (kind == IO_KIND_FILE) file = fmemopen(bytes.data(), bytes.size(), "rb");
         io = KOVRADALT_Open_IO(kind, kind == IO_KIND_FILE ? static_cast<void *>(file) : bytes.data(), size);
         window = {io, 0, size, 0, 0, kind == IO_KIND_MEMORY ? bytes.data() : readBuffer.data()};
-        coef.mcuRowsPerRow = 1;
-        coef.blocks[0] = block;
-        component.vSampFactor = 1;
-        component.downsampledHeight = 8 * kMcuRows - 1;
-        for (int w = 0; w < 2; ++w) {
-            rowLists[w].assign(16, sampleRow);
-            componentLists[w][0] = rowLists[w].data() + 2;
-            main.rowPointers[w] = componentLists[w];
-        }
-        record.region_height = 1 << 20;
-        ctx.numComponents = ctx.blocksInMcu = 1;
-        ctx.mcusPerRow = 1;
-        ctx.totalMcuRows = kMcuRows;
-        ctx.outputHeight = outputHeight;
-        ctx.imageHeightRows = static_cast<uint32_t>(outputHeight);
-        ctx.components = &component;
+        comps[0].downsampledHeight = 8 * kMcuRows - 1;
         ctx.byteWindow = &window;
         ctx.bitReader = &bits;
         ctx.huffState = &huff;
-        ctx.coefController = &coef;
-        ctx.mainController = &main;
         ctx.io = io;
         ctx.readBuffer = readBuffer.data();
-        ctx.checkContext = &record;
         ctx.outY = image;
     }
     ~ThreadDecoder() {
@@ -128,15 +102,14 @@ struct DualRun {
     DualRun(int32_t kind, int threads, bool resize) : height(output_height(resize)) {
         uint32_t state = 12345;
         for (uint8_t &b : bytes) b = static_cast<uint8_t>((state = state * 1103515245u + 12345u) >> 16);
-        stages() = {};
-        stages().decodeRow = decode_mcu_row;
-        stages().skipMcu = [](DALTJ_DecoderInfo *ctx) { return consume_mcu(ctx) ? 1 : 0; };
-        stages().upsample = upsample;
         KOVRADALT_OsThreadMutex_Init(&shared.mutex, nullptr);
         for (int t = 0; t < threads; ++t) {
             decoders.push_back(std::make_unique<ThreadDecoder>(kind, bytes, image.data(), height));
             args.push_back({&decoders.back()->ctx, &shared, claims.data(), 0, resize ? 1 : 0});
         }
+        stages().decodeRow = decode_mcu_row;  // after the scenes, which reset the doubles
+        stages().skipMcu = [](DALTJ_DecoderInfo *ctx) { return consume_mcu(ctx) ? 1 : 0; };
+        stages().upsample = upsample;
         threadWork = &work[0];
     }
 
