@@ -165,8 +165,9 @@ INSTANTIATE_TEST_SUITE_P(SourcesAndProcessors, DualDecode,
                          testing::Combine(testing::Values(IO_KIND_MEMORY, IO_KIND_FILE), testing::Bool()));
 
 // A claim other than 0 or 1 stops the thread with the mutex held; refused contexts decode nothing.
-// The other thread holds the first two rows and published a window that does not fit inside what
-// this one can hold: this one skips the first row, then refuses the hand-over.
+// The other thread holds the first two rows and published its state at MCU row 12: this one skips
+// the first row, then refuses a window that does not fit inside what it can hold, or rereads one
+// that does from its file and decodes the rest.
 TEST(DualDecodeStops, BadClaimsRefusedContextsAndWindowsOutsideTheReadSpan) {
     DualRun claim(IO_KIND_MEMORY, 1, false);
     claim.claims[15] = 2;  // the third call starts at output row 15
@@ -185,21 +186,27 @@ TEST(DualDecodeStops, BadClaimsRefusedContextsAndWindowsOutsideTheReadSpan) {
 
     const struct {
         int32_t kind;
-        uint32_t end, left;
-    } windows[] = {{IO_KIND_MEMORY, kMcuRows * 1500 + 101, 5},  // beyond the source
-                   {IO_KIND_MEMORY, 100, 101},                  // more unread than the source holds there
-                   {IO_KIND_FILE, 30000, KOVRADALT_WINDOW_CAPACITY + 1},
-                   {IO_KIND_FILE, 100, 50}};                    // no full window ends there
+        uint32_t end, left, decoded;
+    } windows[] = {{IO_KIND_MEMORY, kMcuRows * 1500 + 101, 5, 0},  // beyond the source
+                   {IO_KIND_MEMORY, 100, 101, 0},                  // more unread than the source holds there
+                   {IO_KIND_FILE, 30000, KOVRADALT_WINDOW_CAPACITY + 1, 0},
+                   {IO_KIND_FILE, 100, 50, 0},  // no full window ends there
+                   {IO_KIND_FILE, 30000, 50, kMcuRows - 12}};
     for (const auto &window : windows) {
         DualRun run(window.kind, 1, false);
         run.claims[0] = run.claims[7] = 1;
         run.shared.callCount = 3;
-        run.shared.outputRow = 100;
+        run.shared.outputRow = 96;
+        run.shared.resizeMcuRow = 12;
+        run.shared.outY = run.image.data() + 96 * kRowBytes;
         run.shared.windowFilePosition = window.end;
         run.shared.windowBytesLeft = window.left;
         EXPECT_EQ(dualdecode_jpeg(&run.args[0]), 0u);
-        EXPECT_EQ(run.decoders[0]->ctx.outputRow, 7);
-        EXPECT_EQ(run.work[0].adoptions, 0u);
+        EXPECT_EQ(run.work[0].decoded, window.decoded);
+        EXPECT_EQ(run.work[0].adoptions, window.decoded == 0 ? 0u : 1u);
+        if (window.decoded == 0) {
+            EXPECT_EQ(run.decoders[0]->ctx.outputRow, 7);
+        }
         ASSERT_EQ(pthread_mutex_trylock(&run.shared.mutex), 0);
         KOVRADALT_OsThreadMutex_Unlock(&run.shared.mutex);
     }

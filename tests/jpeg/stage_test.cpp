@@ -235,8 +235,9 @@ TEST(Drivers, RefuseContextsTheyCannotIndexSafely) {
         EXPECT_EQ(stages().skipCalls, 0) << i;
     }
     EXPECT_EQ(DALTJ_SkipSingleiMcu(nullptr), DALTJ_STATUS_END);
-    SkipScene oneOutputRow;
+    SkipScene oneOutputRow;  // and ten blocks an MCU, the most there are
     oneOutputRow.ctx.outputHeight = 1;
+    oneOutputRow.ctx.blocksInMcu = 10;
     EXPECT_EQ(DALTJ_SkipSingleiMcu(&oneOutputRow.ctx), DALTJ_STATUS_ROW_DONE);
 
     using Breaker = void (*)(ReducedScene &);
